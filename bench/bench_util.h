@@ -1,0 +1,52 @@
+// Benchmark helpers: every benchmark reports, per call of the measured
+// function, wall-clock nanoseconds ("ns") and time-stamp-counter ticks
+// ("ticks"), as the checkasm tools of the open-source codecs do.
+//
+//   static void BM_Foo(benchmark::State& st) {
+//       ... set up inputs ...
+//       mox::bench::measure(st, [&] { moxiFoo(...); });
+//   }
+//
+// The call is repeated kUnroll times per benchmark iteration so that the
+// loop's own overhead stays out of the per-call figures.
+#pragma once
+
+#include <benchmark/benchmark.h>
+#include <x86intrin.h>
+
+#include <chrono>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+namespace mox::bench {
+
+constexpr int kUnroll = 16;
+
+template <class F>
+void measure(benchmark::State& st, F&& f) {
+    auto t0 = std::chrono::steady_clock::now();
+    uint64_t c0 = __rdtsc();
+    for (auto _ : st) {
+        for (int i = 0; i < kUnroll; ++i) f();
+        benchmark::ClobberMemory();
+    }
+    uint64_t c1 = __rdtsc();
+    auto t1 = std::chrono::steady_clock::now();
+    double calls = static_cast<double>(st.iterations()) * kUnroll;
+    if (calls > 0) {
+        st.counters["ns"] = std::chrono::duration<double, std::nano>(t1 - t0).count() / calls;
+        st.counters["ticks"] = static_cast<double>(c1 - c0) / calls;
+    }
+}
+
+// A buffer of random bytes (fixed seed) to take source and reference blocks from.
+template <class T = uint8_t>
+std::vector<T> randomBuffer(size_t n, int maxValue = 255, uint32_t seed = 1) {
+    std::mt19937 g(seed);
+    std::vector<T> v(n);
+    for (auto& x : v) x = static_cast<T>(g() % (static_cast<uint32_t>(maxValue) + 1));
+    return v;
+}
+
+}  // namespace mox::bench

@@ -1,0 +1,274 @@
+/*
+ * moxvc: video coding primitives for block-based codecs.
+ *
+ * The one public header of libmoxvcy8 and libmoxcore. Every function checks
+ * its arguments in a fixed order (required pointers first), returns the first
+ * failing status without writing anything, and otherwise runs one kernel on
+ * the caller's memory. Row steps are in bytes. The caller owns every buffer.
+ */
+#ifndef MOXVC_H
+#define MOXVC_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(__GNUC__)
+#define MOXAPI __attribute__((visibility("default")))
+#else
+#define MOXAPI
+#endif
+
+/* ------------------------------------------------------------------ scalar types */
+typedef uint8_t  Mox8u;
+typedef int8_t   Mox8s;
+typedef uint16_t Mox16u;
+typedef int16_t  Mox16s;
+typedef uint32_t Mox32u;
+typedef int32_t  Mox32s;
+typedef float    Mox32f;
+typedef int32_t  MoxStatus;
+
+typedef struct {
+    int width;
+    int height;
+} MoxiSize;
+
+/* ------------------------------------------------------------------ status codes */
+enum {
+    moxStsIntraNeighbourWrn = 11,    /* warning: intra prediction used a neighbour it was told is missing */
+    moxStsNoErr             = 0,
+    moxStsErr               = -1,    /* failure with no more specific code */
+    moxStsNotImplementedErr = -2,    /* the operation is declared but not provided */
+    moxStsBadArgErr         = -5,    /* an enumerated or numeric argument is not accepted */
+    moxStsSizeErr           = -6,    /* a width, height or length is not positive */
+    moxStsNullPtrErr        = -8,    /* a required pointer is null */
+    moxStsMemAllocErr       = -9,    /* an allocation failed */
+    moxStsOutOfRangeErr     = -11,   /* a parameter lies outside its interval */
+    moxStsStepErr           = -14,   /* a row step is too small for the block */
+    moxStsContextMatchErr   = -17,   /* a state object does not carry its initialiser's mark */
+    moxStsBitstreamErr      = -74,   /* the bits at the cursor form no accepted code */
+    moxStsIntraNeighbourErr = -117,  /* intra prediction needs a neighbour that is missing */
+    moxStsVLCErr            = -191,  /* an illegal variable-length code */
+    moxStsQPErr             = -192,  /* quantiser out of range */
+    moxStsBitOffsetErr      = -193   /* byte-cursor bit offset outside 0..7 */
+};
+
+/* ------------------------------------------------------------------ version */
+typedef struct {
+    int major;             /* 6 */
+    int minor;             /* 1 */
+    int majorBuild;        /* 137 */
+    int build;             /* 799 */
+    char targetCpu[4];     /* "y8" */
+    const char* Name;      /* "libmoxvcy8.so.6.1", with "+" when the CPU has AVX2 */
+    const char* Version;   /* "6.1 build 137.56" */
+    const char* BuildDate; /* "Mar 17 2010" */
+} MoxLibraryVersion;
+
+/* Constant version record of libmoxvcy8; never fails, never owned by the caller. */
+MOXAPI const MoxLibraryVersion* moxvcGetLibVersion(void);
+
+/* ------------------------------------------------------------------ core library (libmoxcore) */
+/* CPU feature bits answered by ownGetFeature. */
+#define MOX_CPU_SSE2   0x01
+#define MOX_CPU_SSE3   0x02
+#define MOX_CPU_SSSE3  0x04
+#define MOX_CPU_SSE41  0x08
+#define MOX_CPU_SSE42  0x10
+#define MOX_CPU_POPCNT 0x20
+#define MOX_CPU_AVX    0x40
+#define MOX_CPU_AVX2   0x80  /* AVX2 with the OS saving the YMM state */
+
+/* 64-byte aligned allocation; a length of zero or less gives NULL without allocating. */
+MOXAPI void* moxMalloc(int length);
+/* Releases memory from moxMalloc; NULL is ignored. */
+MOXAPI void moxFree(void* ptr);
+/* Non-zero when the CPU has every feature in featureMask (MOX_CPU_* bits). */
+MOXAPI int ownGetFeature(Mox32u featureMask);
+/* Number of threads the library's one parallel filter may use (online CPUs, at least 1). */
+MOXAPI int ownGetNumThreads(void);
+/* Size in bytes of the largest data or unified cache, from CPUID or the OS, else 2 MiB. */
+MOXAPI MoxStatus moxGetMaxCacheSizeB(int* pSizeByte);
+
+/* ================================================================== block operations (8-bit)
+ * acc: bit 0 half-sample horizontally, bit 1 half-sample vertically (taken modulo 4);
+ * rounding: 0 rounds halves up, 1 down (taken modulo 2).
+ * mcType: only bits 2..3 are used: 0 full, 4 half vertically, 8 half horizontally, 12 both.
+ * Only null pointers are reported; steps are not checked. */
+
+/* Plain 8x8 / 16x16 copy. */
+MOXAPI MoxStatus moxiCopy8x8_8u_C1R(const Mox8u* pSrc, int srcStep, Mox8u* pDst, int dstStep);
+MOXAPI MoxStatus moxiCopy16x16_8u_C1R(const Mox8u* pSrc, int srcStep, Mox8u* pDst, int dstStep);
+/* Copy with half-sample interpolation at acc, rounding. */
+MOXAPI MoxStatus moxiCopy8x4HP_8u_C1R(const Mox8u* pSrc, int srcStep, Mox8u* pDst, int dstStep, int acc, int rounding);
+MOXAPI MoxStatus moxiCopy8x8HP_8u_C1R(const Mox8u* pSrc, int srcStep, Mox8u* pDst, int dstStep, int acc, int rounding);
+MOXAPI MoxStatus moxiCopy16x8HP_8u_C1R(const Mox8u* pSrc, int srcStep, Mox8u* pDst, int dstStep, int acc, int rounding);
+MOXAPI MoxStatus moxiCopy16x16HP_8u_C1R(const Mox8u* pSrc, int srcStep, Mox8u* pDst, int dstStep, int acc, int rounding);
+
+/* Average of two blocks, (a + b + 1) >> 1. */
+MOXAPI MoxStatus moxiAverage8x8_8u_C1R(const Mox8u* pSrc1, int src1Step, const Mox8u* pSrc2, int src2Step, Mox8u* pDst, int dstStep);
+MOXAPI MoxStatus moxiAverage16x16_8u_C1R(const Mox8u* pSrc1, int src1Step, const Mox8u* pSrc2, int src2Step, Mox8u* pDst, int dstStep);
+/* In-place average into pSrcDst (checked before pSrc). */
+MOXAPI MoxStatus moxiAverage8x8_8u_C1IR(const Mox8u* pSrc, int srcStep, Mox8u* pSrcDst, int srcDstStep);
+MOXAPI MoxStatus moxiAverage16x16_8u_C1IR(const Mox8u* pSrc, int srcStep, Mox8u* pSrcDst, int srcDstStep);
+/* Half-sample prediction at acc, rounding averaged into pSrcDst with halves rounded up. */
+MOXAPI MoxStatus moxiInterpolateAverage8x4_8u_C1IR(const Mox8u* pSrc, int srcStep, Mox8u* pSrcDst, int srcDstStep, int acc, int rounding);
+MOXAPI MoxStatus moxiInterpolateAverage8x8_8u_C1IR(const Mox8u* pSrc, int srcStep, Mox8u* pSrcDst, int srcDstStep, int acc, int rounding);
+MOXAPI MoxStatus moxiInterpolateAverage16x8_8u_C1IR(const Mox8u* pSrc, int srcStep, Mox8u* pSrcDst, int srcDstStep, int acc, int rounding);
+MOXAPI MoxStatus moxiInterpolateAverage16x16_8u_C1IR(const Mox8u* pSrc, int srcStep, Mox8u* pSrcDst, int srcDstStep, int acc, int rounding);
+
+/* Residual add in 16-bit two's complement, clamped to 0..255. */
+MOXAPI MoxStatus moxiAdd8x8_16s8u_C1IRS(const Mox16s* pSrc, int srcStep, Mox8u* pSrcDst, int srcDstStep);
+/* Half-sample prediction of pRef at acc, rounding plus residual pSrc, clamped. */
+MOXAPI MoxStatus moxiAdd8x8HP_16s8u_C1RS(const Mox16s* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox8u* pDst, int dstStep, int acc, int rounding);
+/* Adds one constant to 64 samples in 16-bit two's complement, clamped. */
+MOXAPI MoxStatus moxiAddC8x8_16s8u_C1IR(Mox16s value, Mox8u* pSrcDst, int srcDstStep);
+
+/* One-reference motion compensation: prediction at mcType plus residual, clamped to 0..255.
+ * 16- and 8-wide: roundControl & 1 selects rounding and the sum wraps in 16 bits before the clamp;
+ * 4- and 2-wide: roundControl enters the arithmetic unmasked and the sum is exact.
+ * 16x4 and the UV members take the left 8 columns' residual from the first H residual rows and
+ * the right 8 columns' from the next H rows (U block then V block); the others read H rows of width W. */
+MOXAPI MoxStatus moxiMC16x16_8u_C1(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiMC16x8_8u_C1(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiMC8x16_8u_C1(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiMC8x8_8u_C1(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiMC8x4_8u_C1(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiMC4x8_8u_C1(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiMC4x4_8u_C1(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiMC16x4_8u_C1(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiMC4x2_8u_C1(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiMC2x4_8u_C1(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiMC2x2_8u_C1(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiMC16x8UV_8u_C1(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+/* Two-reference motion compensation: each prediction at its own mcType, averaged with
+ * (f + b + 1) >> 1, plus residual, clamped; roundControl as in the one-reference members. */
+MOXAPI MoxStatus moxiMC16x16B_8u_C1(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int roundControl);
+MOXAPI MoxStatus moxiMC16x8B_8u_C1(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int roundControl);
+MOXAPI MoxStatus moxiMC8x16B_8u_C1(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int roundControl);
+MOXAPI MoxStatus moxiMC8x8B_8u_C1(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int roundControl);
+MOXAPI MoxStatus moxiMC8x4B_8u_C1(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int roundControl);
+MOXAPI MoxStatus moxiMC4x8B_8u_C1(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int roundControl);
+MOXAPI MoxStatus moxiMC4x4B_8u_C1(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int roundControl);
+MOXAPI MoxStatus moxiMC16x4B_8u_C1(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int roundControl);
+MOXAPI MoxStatus moxiMC4x2B_8u_C1(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int roundControl);
+MOXAPI MoxStatus moxiMC2x4B_8u_C1(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int roundControl);
+MOXAPI MoxStatus moxiMC2x2B_8u_C1(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int roundControl);
+MOXAPI MoxStatus moxiMC16x8BUV_8u_C1(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcYData, int srcYDataStep, Mox8u* pDst, int dstStep, int roundControl);
+/* Chroma MC on an interleaved UVUV reference and destination (W chroma samples per channel)
+ * with separate U and V residual planes sharing srcUVStep. */
+MOXAPI MoxStatus moxiMC8x8_16s8u_P2C2R(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcUData, const Mox16s* pSrcVData, int srcUVStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiMC8x4_16s8u_P2C2R(const Mox8u* pSrcRef, int srcStep, const Mox16s* pSrcUData, const Mox16s* pSrcVData, int srcUVStep, Mox8u* pDst, int dstStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiMC8x8B_16s8u_P2C2R(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcUData, const Mox16s* pSrcVData, int srcUVStep, Mox8u* pDst, int dstStep, int roundControl);
+MOXAPI MoxStatus moxiMC8x4B_16s8u_P2C2R(const Mox8u* pSrcRefF, int srcStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcStepB, int mcTypeB, const Mox16s* pSrcUData, const Mox16s* pSrcVData, int srcUVStep, Mox8u* pDst, int dstStep, int roundControl);
+
+/* Encoder residual: current minus the prediction at mcType, whose half positions round with
+ * the term 1 - roundControl (unmasked, arithmetic shift); pDstPredictor is optional. */
+MOXAPI MoxStatus moxiGetDiff16x16_8u16s_C1(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRef, int srcRefStep, Mox16s* pDstDiff, int dstDiffStep, Mox16s* pDstPredictor, int dstPredictorStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiGetDiff16x8_8u16s_C1(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRef, int srcRefStep, Mox16s* pDstDiff, int dstDiffStep, Mox16s* pDstPredictor, int dstPredictorStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiGetDiff8x16_8u16s_C1(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRef, int srcRefStep, Mox16s* pDstDiff, int dstDiffStep, Mox16s* pDstPredictor, int dstPredictorStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiGetDiff8x8_8u16s_C1(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRef, int srcRefStep, Mox16s* pDstDiff, int dstDiffStep, Mox16s* pDstPredictor, int dstPredictorStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiGetDiff8x4_8u16s_C1(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRef, int srcRefStep, Mox16s* pDstDiff, int dstDiffStep, Mox16s* pDstPredictor, int dstPredictorStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiGetDiff4x4_8u16s_C1(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRef, int srcRefStep, Mox16s* pDstDiff, int dstDiffStep, Mox16s* pDstPredictor, int dstPredictorStep, int mcType, int roundControl);
+/* Residual against (f + b + 1) >> 1 of a forward and a backward prediction. */
+MOXAPI MoxStatus moxiGetDiff16x16B_8u16s_C1(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRefF, int srcRefStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcRefStepB, int mcTypeB, Mox16s* pDstDiff, int dstDiffStep, int roundControl);
+MOXAPI MoxStatus moxiGetDiff16x8B_8u16s_C1(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRefF, int srcRefStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcRefStepB, int mcTypeB, Mox16s* pDstDiff, int dstDiffStep, int roundControl);
+MOXAPI MoxStatus moxiGetDiff8x16B_8u16s_C1(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRefF, int srcRefStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcRefStepB, int mcTypeB, Mox16s* pDstDiff, int dstDiffStep, int roundControl);
+MOXAPI MoxStatus moxiGetDiff8x8B_8u16s_C1(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRefF, int srcRefStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcRefStepB, int mcTypeB, Mox16s* pDstDiff, int dstDiffStep, int roundControl);
+MOXAPI MoxStatus moxiGetDiff8x4B_8u16s_C1(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRefF, int srcRefStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcRefStepB, int mcTypeB, Mox16s* pDstDiff, int dstDiffStep, int roundControl);
+/* Interleaved UVUV current and reference, planar U and V residuals sharing dstDiffStep. */
+MOXAPI MoxStatus moxiGetDiff8x8_8u16s_C2P2(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRef, int srcRefStep, Mox16s* pDstDiffU, Mox16s* pDstDiffV, int dstDiffStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiGetDiff8x4_8u16s_C2P2(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRef, int srcRefStep, Mox16s* pDstDiffU, Mox16s* pDstDiffV, int dstDiffStep, int mcType, int roundControl);
+MOXAPI MoxStatus moxiGetDiff8x8B_8u16s_C2P2(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRefF, int srcRefStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcRefStepB, int mcTypeB, Mox16s* pDstDiffU, Mox16s* pDstDiffV, int dstDiffStep, int roundControl);
+MOXAPI MoxStatus moxiGetDiff8x4B_8u16s_C2P2(const Mox8u* pSrcCur, int srcCurStep, const Mox8u* pSrcRefF, int srcRefStepF, int mcTypeF, const Mox8u* pSrcRefB, int srcRefStepB, int mcTypeB, Mox16s* pDstDiffU, Mox16s* pDstDiffV, int dstDiffStep, int roundControl);
+
+/* Element-wise pSrc1 - pSrc2 written as 16-bit signed (16u inputs wrap to 16 bits). */
+MOXAPI MoxStatus moxiSub4x4_8u16s_C1R(const Mox8u* pSrc1, int src1Step, const Mox8u* pSrc2, int src2Step, Mox16s* pDst, int dstStep);
+MOXAPI MoxStatus moxiSub8x8_8u16s_C1R(const Mox8u* pSrc1, int src1Step, const Mox8u* pSrc2, int src2Step, Mox16s* pDst, int dstStep);
+MOXAPI MoxStatus moxiSub16x16_8u16s_C1R(const Mox8u* pSrc1, int src1Step, const Mox8u* pSrc2, int src2Step, Mox16s* pDst, int dstStep);
+MOXAPI MoxStatus moxiSub4x4_16u16s_C1R(const Mox16u* pSrc1, int src1Step, const Mox16u* pSrc2, int src2Step, Mox16s* pDst, int dstStep);
+MOXAPI MoxStatus moxiSub8x8_16u16s_C1R(const Mox16u* pSrc1, int src1Step, const Mox16u* pSrc2, int src2Step, Mox16s* pDst, int dstStep);
+
+/* ================================================================== block metrics
+ * The reference prediction at a half position of mcType always rounds halves up;
+ * mcType >> 2 picks the position (values from 16 on are not supported).
+ * Only null pointers are reported (in argument order) unless stated. */
+
+/* SAD against the prediction at mcType. */
+MOXAPI MoxStatus moxiSAD16x16_8u32s(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSAD, int mcType);
+MOXAPI MoxStatus moxiSAD16x8_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSAD, int mcType);
+MOXAPI MoxStatus moxiSAD8x8_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSAD, int mcType);
+MOXAPI MoxStatus moxiSAD16x16_16u32s_C1R(const Mox16u* pSrc, int srcStep, const Mox16u* pRef, int refStep, Mox32s* pSAD, int mcType);
+MOXAPI MoxStatus moxiSAD8x8_16u32s_C1R(const Mox16u* pSrc, int srcStep, const Mox16u* pRef, int refStep, Mox32s* pSAD, int mcType);
+MOXAPI MoxStatus moxiSAD4x4_16u32s_C1R(const Mox16u* pSrc, int srcStep, const Mox16u* pRef, int refStep, Mox32s* pSAD, int mcType);
+/* SAD at the full-sample position. */
+MOXAPI MoxStatus moxiSAD4x4_8u32s(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSAD);
+MOXAPI MoxStatus moxiSAD4x8_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSAD);
+MOXAPI MoxStatus moxiSAD8x4_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSAD);
+MOXAPI MoxStatus moxiSAD8x16_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSAD);
+/* SSD against the prediction at mcType. */
+MOXAPI MoxStatus moxiSSD8x8_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSSD, int mcType);
+MOXAPI MoxStatus moxiSSD4x4_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSSD, int mcType);
+/* Sum of absolute 4x4 Hadamard coefficients of the difference, summed over the block's 4x4 tiles. */
+MOXAPI MoxStatus moxiSATD4x4_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSATD);
+MOXAPI MoxStatus moxiSATD4x8_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSATD);
+MOXAPI MoxStatus moxiSATD8x4_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSATD);
+MOXAPI MoxStatus moxiSATD8x8_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSATD);
+MOXAPI MoxStatus moxiSATD8x16_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSATD);
+MOXAPI MoxStatus moxiSATD16x8_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSATD);
+MOXAPI MoxStatus moxiSATD16x16_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSATD);
+/* q - s*s/256 with s*s wrapping in 32 bits (meaningful for means up to 181). */
+MOXAPI MoxStatus moxiVariance16x16_8u32s(const Mox8u* pSrc, int srcStep, Mox32s* pVar);
+/* Single-precision q/64 - (s/64)^2 truncated; the fourth output receives the sum s in both forms. */
+MOXAPI MoxStatus moxiVarMean8x8_8u32s_C1R(const Mox8u* pSrc, int srcStep, Mox32s* pVar, Mox32s* pMean);
+MOXAPI MoxStatus moxiVarSum8x8_8u32s_C1R(const Mox8u* pSrc, int srcStep, Mox32s* pVar, Mox32s* pSum);
+MOXAPI MoxStatus moxiVarMean8x8_16s32s_C1R(const Mox16s* pSrc, int srcStep, Mox32s* pVar, Mox32s* pMean);
+MOXAPI MoxStatus moxiVarSum8x8_16s32s_C1R(const Mox16s* pSrc, int srcStep, Mox32s* pVar, Mox32s* pSum);
+
+/* Full-sample SADs against numCandidates (rounded down to a multiple of 8; below 8 is
+ * moxStsSizeErr) horizontally consecutive positions: pDstSAD[i] compares with pRef + i. */
+MOXAPI MoxStatus moxiSAD16x16xN_8u16u_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox16u* pDstSAD, int numCandidates);
+MOXAPI MoxStatus moxiSAD8x8xN_8u16u_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox16u* pDstSAD, int numCandidates);
+MOXAPI MoxStatus moxiSAD4x4xN_8u16u_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox16u* pDstSAD, int numCandidates);
+MOXAPI MoxStatus moxiSAD2x2xN_8u16u_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox16u* pDstSAD, int numCandidates);
+/* As xN, and also the smallest SAD and the first candidate index that reaches it. */
+MOXAPI MoxStatus moxiSAD16x16xNI_8u16u_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox16u* pDstSAD, int numCandidates, Mox16u* pMinSAD, int* pMinIndex);
+MOXAPI MoxStatus moxiSAD8x8xNI_8u16u_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox16u* pDstSAD, int numCandidates, Mox16u* pMinSAD, int* pMinIndex);
+MOXAPI MoxStatus moxiSAD4x4xNI_8u16u_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox16u* pDstSAD, int numCandidates, Mox16u* pMinSAD, int* pMinIndex);
+
+/* SADs of the 8x8 (4 values) or 4x4 (16 values) sub-blocks of a 16x16 block, raster order, at mcType. */
+MOXAPI MoxStatus moxiSAD16x16Blocks8x8_8u16u(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox16u* pDstSAD, int mcType);
+MOXAPI MoxStatus moxiSAD16x16Blocks4x4_8u16u(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox16u* pDstSAD, int mcType);
+MOXAPI MoxStatus moxiSAD16x16Blocks8x8_16u32u(const Mox16u* pSrc, int srcStep, const Mox16u* pRef, int refStep, Mox32u* pDstSAD, int mcType);
+MOXAPI MoxStatus moxiSAD16x16Blocks4x4_16u32u(const Mox16u* pSrc, int srcStep, const Mox16u* pRef, int refStep, Mox32u* pDstSAD, int mcType);
+/* Sums of src - pred over each 4x4 block (raster order) and, when pDstDiff is not null,
+ * the differences as consecutive 4x4 blocks of 16 raster-ordered values (DC path of intra coding). */
+MOXAPI MoxStatus moxiSumsDiff16x16Blocks4x4_8u16s_C1(const Mox8u* pSrc, int srcStep, const Mox8u* pPred, int predStep, Mox16s* pDstSums, Mox16s* pDstDiff);
+MOXAPI MoxStatus moxiSumsDiff8x8Blocks4x4_8u16s_C1(const Mox8u* pSrc, int srcStep, const Mox8u* pPred, int predStep, Mox16s* pDstSums, Mox16s* pDstDiff);
+/* Sum of |x - m| with m the mean rounded to nearest, (s + N/2) / N. */
+MOXAPI MoxStatus moxiMeanAbsDev8x8_8u32s_C1R(const Mox8u* pSrc, int srcStep, Mox32s* pDst);
+MOXAPI MoxStatus moxiMeanAbsDev16x16_8u32s_C1R(const Mox8u* pSrc, int srcStep, Mox32s* pDst);
+/* Frame/field decision: sum of |row y - row y+1| over 15 row pairs and of |row y - row y+2| over 14. */
+MOXAPI MoxStatus moxiFrameFieldSAD16x16_8u32s_C1R(const Mox8u* pSrc, int srcStep, Mox32s* pFrameSAD, Mox32s* pFieldSAD);
+MOXAPI MoxStatus moxiFrameFieldSAD16x16_16s32s_C1R(const Mox16s* pSrc, int srcStep, Mox32s* pFrameSAD, Mox32s* pFieldSAD);
+/* Sum of absolute coefficients of the unnormalised 8x8 Hadamard transform of pSrc1 - pSrc2. */
+MOXAPI MoxStatus moxiSAT8x8D_8u32s_C1R(const Mox8u* pSrc1, int src1Step, const Mox8u* pSrc2, int src2Step, Mox32s* pDst);
+MOXAPI MoxStatus moxiSAT8x8D_16u32s_C1R(const Mox16u* pSrc1, int src1Step, const Mox16u* pSrc2, int src2Step, Mox32s* pDst);
+/* SSD of a 16x16 block against the prediction at mcType, or against (f + b + 1) >> 1 of two. */
+MOXAPI MoxStatus moxiSqrDiff16x16_8u32s(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pSqrDiff, int mcType);
+MOXAPI MoxStatus moxiSqrDiff16x16B_8u32s(const Mox8u* pSrc, int srcStep, const Mox8u* pRefF, int refStepF, int mcTypeF, const Mox8u* pRefB, int refStepB, int mcTypeB, Mox32s* pSqrDiff);
+/* Per 8x8 block of d = src - pred(mcType), raster order: var = (q - s*s/64) / 64, mean = s / 64 (truncating). */
+MOXAPI MoxStatus moxiVarMeanDiff16x16_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pVar, Mox32s* pMean, int mcType);
+MOXAPI MoxStatus moxiVarMeanDiff16x8_8u32s_C1R(const Mox8u* pSrc, int srcStep, const Mox8u* pRef, int refStep, Mox32s* pVar, Mox32s* pMean, int mcType);
+/* *pRes = 1 when more than edgePelCount of the block's 480 adjacent pairs differ by more than edgePelDifference. */
+MOXAPI MoxStatus moxiEdgesDetect16x16_8u_C1R(const Mox8u* pSrc, int srcStep, int edgePelDifference, int edgePelCount, Mox8u* pRes);
+MOXAPI MoxStatus moxiEdgesDetect16x16_16u_C1R(const Mox16u* pSrc, int srcStep, int edgePelDifference, int edgePelCount, Mox8u* pRes);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* MOXVC_H */

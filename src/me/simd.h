@@ -1,0 +1,41 @@
+// SSE4.1 load/store helpers for the block kernels: rows of 2, 4, 8 or 16
+// bytes, unaligned, through signed steps.
+#pragma once
+
+#include <smmintrin.h>
+
+#include <cstdint>
+#include <cstring>
+
+#include "core/pixel.h"
+
+namespace mox::simd {
+
+// Loads `bytes` (2, 4, 8 or 16) bytes into the low lanes; the rest are zero.
+template <int bytes>
+inline __m128i load(const void* p) {
+    if constexpr (bytes == 16) {
+        return _mm_loadu_si128(static_cast<const __m128i*>(p));
+    } else if constexpr (bytes == 8) {
+        return _mm_loadl_epi64(static_cast<const __m128i*>(p));
+    } else {
+        uint32_t v = 0;
+        std::memcpy(&v, p, bytes);
+        return _mm_cvtsi32_si128(static_cast<int>(v));
+    }
+}
+
+// Stores the low `bytes` (2, 4, 8 or 16) bytes of v.
+template <int bytes>
+inline void store(void* p, __m128i v) {
+    if constexpr (bytes == 16) {
+        _mm_storeu_si128(static_cast<__m128i*>(p), v);
+    } else if constexpr (bytes == 8) {
+        _mm_storel_epi64(static_cast<__m128i*>(p), v);
+    } else {
+        uint32_t x = static_cast<uint32_t>(_mm_cvtsi128_si32(v));
+        std::memcpy(p, &x, bytes);
+    }
+}
+
+}  // namespace mox::simd
