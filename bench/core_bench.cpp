@@ -4,6 +4,6 @@
 #include "moxvc.h"
 
 static void BM_CallOverhead(benchmark::State& st) {
-    mox::bench::measure(st, [] { moxiCopy8x8_8u_C1R(nullptr, 0, nullptr, 0); });
+    mox::bench::measure(st, [] { moxiSub4x4_8u16s_C1R(nullptr, 0, nullptr, 0, nullptr, 0); });
 }
 BENCHMARK(BM_CallOverhead)->Name("CallOverhead");
