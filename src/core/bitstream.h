@@ -1,0 +1,173 @@
+// The two bitstream cursors shared by every variable-length decoder and
+// encoder of the library.
+//
+// Word cursor (H.264 Exp-Golomb/CAVLC, generic Huffman): a pointer to the
+// current native 32-bit word and the index 31..0 of the next bit in it; the
+// stream's first bit is bit 31 of the first word. A read of n bits at offset
+// k stays in the word while k - n >= 0 (offset becomes k - n); otherwise it
+// takes the low k + 1 bits of this word and the top n - k - 1 bits of the next,
+// steps to the next word and leaves the offset at k - n + 32. A read that ends
+// exactly on bit 0 therefore leaves the cursor at bit 31 of the next word. The
+// word after the last word holding stream bits must be readable: the reader
+// loads it whenever a read reaches the end of the current word.
+//
+// Byte cursor (H.261, H.263, MPEG-4): a pointer to the current byte and the
+// count 0..7 of its bits already used, most significant bit first. Reading
+// loads the bytes that hold the requested bits plus the byte after them (one
+// byte beyond the stream must be readable). Writing keeps the used bits of the
+// current byte, stores whole bytes and zeroes the unused tail of the last byte
+// it touches; it never ORs into a byte beyond the cursor.
+//
+// Both readers work on a private copy of the cursor; commit() hands the new
+// position back to the caller, so a decoder that fails simply does not commit.
+#pragma once
+
+#include <cstdint>
+
+#include "moxvc.h"
+
+namespace mox {
+
+class WordReader {
+public:
+    WordReader(const Mox32u* p, int offset) : p_(p), off_(offset) {}
+
+    // Next n bits (1..32), most significant first, without moving. Loads the
+    // next word only when the bits reach past bit 0 of the current one.
+    uint32_t peek(int n) const {
+        uint64_t w = static_cast<uint64_t>(p_[0]) << 32;
+        if (n > off_) w |= p_[1];
+        return static_cast<uint32_t>((w << (31 - off_)) >> (64 - n));
+    }
+    // Moves past n bits (0..32).
+    void skip(int n) {
+        off_ -= n;
+        if (off_ < 0) {
+            off_ += 32;
+            ++p_;
+        }
+    }
+    uint32_t read(int n) {
+        uint32_t v = peek(n);
+        skip(n);
+        return v;
+    }
+    // Moves back n bits (0..32), into the previous word when the offset passes 31.
+    void giveBack(int n) {
+        off_ += n;
+        if (off_ > 31) {
+            off_ -= 32;
+            --p_;
+        }
+    }
+    // Leading zero bits before the next 1 within the next `limit` (1..32) bits;
+    // returns `limit` when they are all zero. Does not move.
+    int leadingZeros(int limit) const {
+        uint32_t v = peek(limit) << (32 - limit);
+        return v ? __builtin_clz(v) : limit;
+    }
+
+    const Mox32u* ptr() const { return p_; }
+    int offset() const { return off_; }
+    // Bits consumed since `start` (same stream).
+    long long bitsSince(const WordReader& start) const {
+        return static_cast<long long>(p_ - start.p_) * 32 + (start.off_ - off_);
+    }
+    void commit(Mox32u** ppBitStream, int* pBitOffset) const {
+        *ppBitStream = const_cast<Mox32u*>(p_);
+        *pBitOffset = off_;
+    }
+
+private:
+    const Mox32u* p_;
+    int off_;  // 31..0: index of the next bit in *p_
+};
+
+class ByteReader {
+public:
+    ByteReader(const Mox8u* p, int offset) : p_(p), off_(offset) {}
+
+    // Next n bits (1..32) without moving. Loads the bytes holding them and the
+    // byte after the last of them.
+    uint32_t peek(int n) const {
+        int last = (off_ + n - 1) >> 3;  // index of the byte holding the last bit
+        uint64_t w = 0;
+        for (int i = 0; i <= last + 1; ++i) w = (w << 8) | p_[i];
+        int have = (last + 2) * 8;
+        return static_cast<uint32_t>((w >> (have - off_ - n)) & ((uint64_t{1} << n) - 1));
+    }
+    // The eight bits that start at the cursor: the current byte and the next
+    // one taken as a 16-bit value, shifted right by 8 - offset.
+    uint32_t peek8() const { return ((static_cast<uint32_t>(p_[0]) << 8 | p_[1]) >> (8 - off_)) & 0xFF; }
+    void skip(int n) {
+        off_ += n;
+        p_ += off_ >> 3;
+        off_ &= 7;
+    }
+    uint32_t read(int n) {
+        uint32_t v = peek(n);
+        skip(n);
+        return v;
+    }
+    // Moves back n bits.
+    void giveBack(int n) {
+        off_ -= n;
+        p_ += off_ >> 3;  // arithmetic shift: steps back whole bytes
+        off_ &= 7;
+    }
+    // Moves to the next byte boundary (no move when already on one).
+    void align() {
+        if (off_) skip(8 - off_);
+    }
+
+    const Mox8u* ptr() const { return p_; }
+    int offset() const { return off_; }
+    long long bitsSince(const ByteReader& start) const {
+        return static_cast<long long>(p_ - start.p_) * 8 + (off_ - start.off_);
+    }
+    void commit(Mox8u** ppBitStream, int* pBitOffset) const {
+        *ppBitStream = const_cast<Mox8u*>(p_);
+        *pBitOffset = off_;
+    }
+
+private:
+    const Mox8u* p_;
+    int off_;  // 0..7: bits of *p_ already used
+};
+
+class ByteWriter {
+public:
+    ByteWriter(Mox8u* p, int offset) : p_(p), off_(offset) {}
+
+    // Appends the low n bits (0..32) of v, most significant first. Touches only
+    // the bytes that receive bits; the bits after the last written one in the
+    // last touched byte become zero.
+    void write(uint32_t v, int n) {
+        if (n <= 0) return;
+        uint64_t bits = n == 32 ? v : (v & ((1u << n) - 1));
+        int total = off_ + n;                                                 // bits from the start of *p_
+        uint64_t acc = static_cast<uint64_t>(p_[0] >> (8 - off_)) << n | bits;  // kept bits, then v
+        int bytes = (total + 7) >> 3;
+        acc <<= bytes * 8 - total;  // left-align to whole bytes, zero tail
+        for (int i = bytes - 1; i >= 0; --i, acc >>= 8) p_[i] = static_cast<Mox8u>(acc);
+        p_ += total >> 3;
+        off_ = total & 7;
+    }
+    void writeBit(int b) { write(b & 1, 1); }
+
+    Mox8u* ptr() const { return p_; }
+    int offset() const { return off_; }
+    long long bitsSince(const Mox8u* startPtr, int startOffset) const {
+        return static_cast<long long>(p_ - startPtr) * 8 + (off_ - startOffset);
+    }
+    void commit(Mox8u** ppBitStream, int* pBitOffset) const {
+        *ppBitStream = p_;
+        *pBitOffset = off_;
+    }
+
+private:
+    Mox8u* p_;
+    int off_;
+};
+
+}  // namespace mox

@@ -1,0 +1,44 @@
+// Memory that ends at an unreadable page: any read past the last byte the
+// caller declared readable faults at once (in every build, not only under
+// AddressSanitizer). Used to prove a decoder's look-ahead limit.
+#pragma once
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <stdexcept>
+
+namespace mox::test {
+
+class GuardPage {
+public:
+    // `bytes` readable bytes whose last one sits just before a PROT_NONE page.
+    explicit GuardPage(size_t bytes) : bytes_(bytes) {
+        size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+        size_t dataPages = (bytes + page - 1) / page + 1;
+        size_ = (dataPages + 1) * page;
+        void* m = mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (m == MAP_FAILED) throw std::runtime_error("mmap");
+        base_ = static_cast<uint8_t*>(m);
+        if (mprotect(base_ + dataPages * page, page, PROT_NONE) != 0) throw std::runtime_error("mprotect");
+        data_ = base_ + dataPages * page - bytes;
+    }
+    ~GuardPage() { munmap(base_, size_); }
+    GuardPage(const GuardPage&) = delete;
+    GuardPage& operator=(const GuardPage&) = delete;
+
+    uint8_t* data() { return data_; }
+    size_t size() const { return bytes_; }
+    template <class T>
+    T* as() { return reinterpret_cast<T*>(data_); }
+
+private:
+    size_t bytes_, size_;
+    uint8_t* base_;
+    uint8_t* data_;
+};
+
+}  // namespace mox::test
