@@ -267,6 +267,43 @@ MOXAPI MoxStatus moxiVarMeanDiff16x8_8u32s_C1R(const Mox8u* pSrc, int srcStep, c
 MOXAPI MoxStatus moxiEdgesDetect16x16_8u_C1R(const Mox8u* pSrc, int srcStep, int edgePelDifference, int edgePelCount, Mox8u* pRes);
 MOXAPI MoxStatus moxiEdgesDetect16x16_16u_C1R(const Mox16u* pSrc, int srcStep, int edgePelDifference, int edgePelCount, Mox8u* pRes);
 
+/* ================================================================== H.264 entropy decoding
+ * Word cursor: *ppBitStream points at the current native 32-bit word, *pBitOffset is the
+ * index (31..0) of the next bit in it; the stream's first bit is bit 31 of the first word.
+ * The word after the last one holding stream bits must be readable.
+ * Packed VLC tables: element 0 = bits to peek k, entry for value v at 1 + v; bit 7 set:
+ * continue in the sub-table at (entry >> 8); else value = entry >> 8 and the low byte
+ * is the number of peeked bits given back; value 0xF0F1 marks an invalid pattern. */
+
+/* The standard's CAVLC tables in the packed format, ready to pass to the decoders. */
+typedef struct {
+    const Mox32s* coeffToken[3];            /* nC 0..1, 2..3, 4..7: pass as ppTblCoeffToken */
+    const Mox32s* coeffTokenChromaDc;       /* 4:2:0 chroma DC (nC = -1) */
+    const Mox32s* coeffTokenChroma422Dc;    /* 4:2:2 chroma DC (nC = -2) */
+    const Mox32s* totalZeros[16];           /* 4x4 blocks, by TotalCoeff 1..15 (entry 0 unused) */
+    const Mox32s* totalZerosChromaDc[4];    /* 4:2:0 chroma DC, by TotalCoeff 1..3 */
+    const Mox32s* totalZerosChroma422Dc[8]; /* 4:2:2 chroma DC, by TotalCoeff 1..7 */
+    const Mox32s* runBefore[8];             /* by zerosLeft 1..6, entry 7 for 7 and more */
+} MoxCAVLCTables_H264;
+
+/* Constant, shared tables built at compile time; never fails. */
+MOXAPI const MoxCAVLCTables_H264* moxiGetCAVLCTables_H264(void);
+
+/* One Exp-Golomb code: ue(v) when (isSigned & 0xFF) is 0, else se(v); results wrap to the output type. */
+MOXAPI MoxStatus moxiDecodeExpGolombOne_H264_1u16s(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pDst, int isSigned);
+MOXAPI MoxStatus moxiDecodeExpGolombOne_H264_1u32s(Mox32u** ppBitStream, int* pBitOffset, Mox32s* pDst, int isSigned);
+/* One CAVLC 4x4 block (maxNumCoeff 16, or 15 without DC); a non-empty block appends 16
+ * coefficients at *ppCoeffs (positions from pScanMatrix) and advances it; run_before uses
+ * ppTblRunBefore[min(zerosLeft, 7)]. Inconsistent counts are moxStsBitstreamErr. */
+MOXAPI MoxStatus moxiDecodeCAVLCCoeffs_H264_1u16s(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, Mox16s** ppCoeffs, int vlcSelect, Mox16s maxNumCoeff, const Mox32s* const* ppTblCoeffToken, const Mox32s* const* ppTblTotalZeros, const Mox32s* const* ppTblRunBefore, const Mox32s* pScanMatrix);
+MOXAPI MoxStatus moxiDecodeCAVLCCoeffs_H264_1u32s(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, Mox32s** ppCoeffs, int vlcSelect, Mox16s maxNumCoeff, const Mox32s* const* ppTblCoeffToken, const Mox32s* const* ppTblTotalZeros, const Mox32s* const* ppTblRunBefore, const Mox32s* pScanMatrix);
+/* 4:2:0 chroma DC (2x2): a non-empty block appends 4 coefficients in raster order. */
+MOXAPI MoxStatus moxiDecodeCAVLCChromaDcCoeffs_H264_1u16s(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, Mox16s** ppCoeffs, const Mox32s* pTblCoeffToken, const Mox32s* const* ppTblTotalZeros, const Mox32s* const* ppTblRunBefore);
+MOXAPI MoxStatus moxiDecodeCAVLCChromaDcCoeffs_H264_1u32s(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, Mox32s** ppCoeffs, const Mox32s* pTblCoeffToken, const Mox32s* const* ppTblTotalZeros, const Mox32s* const* ppTblRunBefore);
+/* 4:2:2 chroma DC (2x4): a non-empty block appends 8 coefficients in coded order c0..c7. */
+MOXAPI MoxStatus moxiDecodeCAVLCChroma422DcCoeffs_H264_1u16s(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, Mox16s** ppCoeffs, const Mox32s* pTblCoeffToken, const Mox32s* const* ppTblTotalZeros, const Mox32s* const* ppTblRunBefore);
+MOXAPI MoxStatus moxiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, Mox32s** ppCoeffs, const Mox32s* pTblCoeffToken, const Mox32s* const* ppTblTotalZeros, const Mox32s* const* ppTblRunBefore);
+
 #ifdef __cplusplus
 }
 #endif

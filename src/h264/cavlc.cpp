@@ -1,0 +1,263 @@
+// H.264 Exp-Golomb and CAVLC residual block decoding (clause 9.2) through the
+// word cursor. The cursor is copied on entry and handed back only on success,
+// so every failure leaves it where it was.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/bitstream.h"
+#include "core/check.h"
+#include "h264/cavlc_tables.h"
+
+namespace {
+
+using mox::WordReader;
+using mox::h264::kNoCode;
+
+constexpr int kInvalid = -1;
+constexpr int kMaxChain = 4;  // sub-table depth accepted from a caller's table
+// level_prefix beyond 11 + 14 (the deepest bit depth) cannot occur in a conforming stream.
+constexpr int kMaxLevelPrefix = 25;
+
+// One code from a packed table, or kInvalid for a pattern that is no code
+// (or a table that cannot be followed).
+inline int decodeVlc(WordReader& rd, const Mox32s* t) {
+    for (int depth = 0;; ++depth) {
+        int k = t[0];
+        if (k < 1 || k > 16 || depth > kMaxChain) return kInvalid;
+        Mox32s e = t[1 + rd.peek(k)];
+        rd.skip(k);
+        if (!(e & 0x80)) {
+            rd.giveBack(e & 0x7F);
+            int v = e >> 8;
+            return v == kNoCode ? kInvalid : v;
+        }
+        t += e >> 8;
+    }
+}
+
+enum class Result { Ok, Corrupt, NullTable };
+
+// A parsed block: levels in coded order (highest frequency first) and their
+// positions in scan order.
+struct Block {
+    int count = 0;
+    int level[16];
+    int scanPos[16];
+};
+
+// Trailing ones and levels (clause 9.2.2).
+bool decodeLevels(WordReader& rd, int tc, int t1, int* level) {
+    if (t1) {
+        uint32_t signs = rd.read(t1);
+        for (int i = 0; i < t1; ++i) level[i] = (signs >> (t1 - 1 - i)) & 1 ? -1 : 1;
+    }
+    int suffixLength = tc > 10 && t1 < 3 ? 1 : 0;
+    for (int i = t1; i < tc; ++i) {
+        int prefix = rd.leadingZeros(32);
+        if (prefix > kMaxLevelPrefix) return false;
+        rd.skip(prefix + 1);
+        int suffixSize = prefix >= 15 ? prefix - 3 : (prefix == 14 && suffixLength == 0 ? 4 : suffixLength);
+        int levelCode = std::min(15, prefix) << suffixLength;
+        if (suffixSize) levelCode += static_cast<int>(rd.read(suffixSize));
+        if (prefix >= 15 && suffixLength == 0) levelCode += 15;
+        if (prefix >= 16) levelCode += (1 << (prefix - 3)) - 4096;
+        if (i == t1 && t1 < 3) levelCode += 2;
+        int v = levelCode & 1 ? (-levelCode - 1) >> 1 : (levelCode + 2) >> 1;
+        level[i] = v;
+        if (suffixLength == 0) suffixLength = 1;
+        if (std::abs(v) > (3 << (suffixLength - 1)) && suffixLength < 6) ++suffixLength;
+    }
+    return true;
+}
+
+// Levels, total_zeros and run_before of a block with TotalCoeff tc of at
+// most maxCoeff coefficients; positions are scan indices 0..maxCoeff-1.
+Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, const Mox32s* const* tzTables,
+                      const Mox32s* const* runTables, Block& b) {
+    if (t1 > tc || tc > maxCoeff) return Result::Corrupt;
+    if (!decodeLevels(rd, tc, t1, b.level)) return Result::Corrupt;
+    int z = 0;
+    if (tc < maxCoeff) {
+        const Mox32s* t = tzTables[tc];
+        if (!t) return Result::NullTable;
+        z = decodeVlc(rd, t);
+        if (z == kInvalid || tc + z > maxCoeff) return Result::Corrupt;
+    }
+    for (int i = 0; i < tc; ++i) {
+        int c = tc - i, run = z;
+        if (c > 1 && z > 0) {
+            const Mox32s* t = runTables[std::min(z, 7)];
+            if (!t) return Result::NullTable;
+            run = decodeVlc(rd, t);
+            if (run == kInvalid) return Result::Corrupt;
+            run = std::min(run, z);
+        }
+        b.scanPos[i] = c - 1 + z;
+        z -= run;
+    }
+    b.count = tc;
+    return Result::Ok;
+}
+
+MoxStatus statusOf(Result r) { return r == Result::NullTable ? moxStsNullPtrErr : moxStsBitstreamErr; }
+
+// Clears `size` coefficients at *ppCoeffs, places the levels, advances the stream.
+template <class T, class Pos>
+void writeBlock(T** ppCoeffs, int size, const Block& b, Pos&& position) {
+    T* out = *ppCoeffs;
+    std::memset(out, 0, sizeof(T) * size);
+    for (int i = 0; i < b.count; ++i) out[position(b.scanPos[i])] = static_cast<T>(b.level[i]);
+    *ppCoeffs = out + size;
+}
+
+template <class T>
+MoxStatus decodeExpGolomb(Mox32u** ppBitStream, int* pBitOffset, T* pDst, int isSigned) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pDst);
+    MOX_CHECK_PTRS(*ppBitStream);
+    MOX_CHECK((*pBitOffset & ~31) == 0, moxStsBadArgErr);
+    WordReader rd(*ppBitStream, *pBitOffset);
+    int z = rd.leadingZeros(32);
+    if (z == 32) {
+        rd.skip(32);
+        if (rd.read(1) == 0) return moxStsBitstreamErr;
+    } else {
+        rd.skip(z + 1);
+    }
+    uint64_t x = z ? rd.read(z) : 0;
+    uint64_t codeNum = (uint64_t{1} << z) - 1 + x;
+    uint64_t v = codeNum;
+    if (isSigned & 0xFF) {
+        uint64_t m = (codeNum + 1) >> 1;
+        v = codeNum & 1 ? m : 0 - m;
+    }
+    *pDst = static_cast<T>(v);
+    rd.commit(ppBitStream, pBitOffset);
+    return moxStsNoErr;
+}
+
+template <class T>
+MoxStatus decodeCoeffs(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, T** ppCoeffs, int vlcSelect,
+                       Mox16s maxNumCoeff, const Mox32s* const* ppTblCoeffToken, const Mox32s* const* ppTblTotalZeros,
+                       const Mox32s* const* ppTblRunBefore, const Mox32s* pScanMatrix) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, ppCoeffs, pNumCoeff, ppTblCoeffToken, ppTblTotalZeros, ppTblRunBefore,
+                   pScanMatrix);
+    MOX_CHECK_PTRS(*ppBitStream, *ppCoeffs);
+    MOX_CHECK((maxNumCoeff == 16 || maxNumCoeff == 15) && vlcSelect >= 0, moxStsOutOfRangeErr);
+    WordReader rd(*ppBitStream, *pBitOffset);
+    int tc, t1;
+    if (vlcSelect >= 8) {
+        uint32_t flc = rd.read(6);
+        t1 = flc & 3;
+        tc = (flc >> 2) + 1;
+        if (flc == 3) tc = t1 = 0;
+    } else {
+        const Mox32s* t = ppTblCoeffToken[vlcSelect < 2 ? 0 : (vlcSelect < 4 ? 1 : 2)];
+        if (!t) return moxStsNullPtrErr;
+        int token = decodeVlc(rd, t);
+        if (token == kInvalid) return moxStsBitstreamErr;
+        tc = token >> 8;
+        t1 = token & 0xFF;
+    }
+    *pNumCoeff = static_cast<Mox16s>(tc);
+    if (tc == 0) {
+        rd.commit(ppBitStream, pBitOffset);
+        return moxStsNoErr;
+    }
+    Block b;
+    Result r = decodeResidual(rd, tc, t1, maxNumCoeff, ppTblTotalZeros, ppTblRunBefore, b);
+    if (r != Result::Ok) return statusOf(r);
+    int first = 16 - maxNumCoeff;
+    writeBlock(ppCoeffs, 16, b, [&](int pos) { return pScanMatrix[pos + first] & 15; });
+    rd.commit(ppBitStream, pBitOffset);
+    return moxStsNoErr;
+}
+
+// Chroma DC: 4 coefficients (4:2:0) or 8 (4:2:2), in coded order.
+template <class T, int N>
+MoxStatus decodeChromaDc(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, T** ppCoeffs,
+                         const Mox32s* pTblCoeffToken, const Mox32s* const* ppTblTotalZeros,
+                         const Mox32s* const* ppTblRunBefore) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pNumCoeff);
+    MOX_CHECK_PTRS(*ppBitStream);
+    WordReader rd(*ppBitStream, *pBitOffset);
+    if constexpr (N == 4) {
+        // The two shortest codes of 4:2:0 chroma DC, without tables: "1" is one
+        // trailing one (sign, then its total_zeros code), "01" an empty block.
+        uint32_t bits = rd.peek(5);
+        if (bits & 0x10) {
+            MOX_CHECK_PTRS(ppCoeffs);
+            MOX_CHECK_PTRS(*ppCoeffs);
+            int pos = bits & 4 ? 0 : (bits & 2 ? 1 : (bits & 1 ? 2 : 3));
+            rd.skip(pos == 0 ? 3 : (pos == 1 ? 4 : 5));
+            Block b;
+            b.count = 1;
+            b.level[0] = bits & 8 ? -1 : 1;
+            b.scanPos[0] = pos;
+            *pNumCoeff = 1;
+            writeBlock(ppCoeffs, N, b, [](int p) { return p; });
+            rd.commit(ppBitStream, pBitOffset);
+            return moxStsNoErr;
+        }
+        if ((bits >> 3) == 1) {
+            rd.skip(2);
+            *pNumCoeff = 0;
+            rd.commit(ppBitStream, pBitOffset);
+            return moxStsNoErr;
+        }
+    }
+    MOX_CHECK_PTRS(pTblCoeffToken, ppTblTotalZeros, ppTblRunBefore);
+    int token = decodeVlc(rd, pTblCoeffToken);
+    if (token == kInvalid) return moxStsBitstreamErr;
+    int tc = token >> 8, t1 = token & 0xFF;
+    if (tc > N) return moxStsBitstreamErr;
+    if (tc == 0) {
+        *pNumCoeff = 0;
+        rd.commit(ppBitStream, pBitOffset);
+        return moxStsNoErr;
+    }
+    MOX_CHECK_PTRS(ppCoeffs);
+    MOX_CHECK_PTRS(*ppCoeffs);
+    *pNumCoeff = static_cast<Mox16s>(tc);
+    Block b;
+    Result r = decodeResidual(rd, tc, t1, N, ppTblTotalZeros, ppTblRunBefore, b);
+    if (r != Result::Ok) return statusOf(r);
+    writeBlock(ppCoeffs, N, b, [](int p) { return p; });
+    rd.commit(ppBitStream, pBitOffset);
+    return moxStsNoErr;
+}
+
+}  // namespace
+
+#define MOX_EXPGOLOMB(T)                                                                                        \
+    MOX_FN moxiDecodeExpGolombOne_H264_1u##T(Mox32u** ppBitStream, int* pBitOffset, Mox##T* pDst, int isSigned) { \
+        return decodeExpGolomb(ppBitStream, pBitOffset, pDst, isSigned);                                        \
+    }
+MOX_EXPGOLOMB(16s)
+MOX_EXPGOLOMB(32s)
+
+#define MOX_CAVLC(T)                                                                                              \
+    MOX_FN moxiDecodeCAVLCCoeffs_H264_1u##T(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,             \
+                                            Mox##T** ppCoeffs, int vlcSelect, Mox16s maxNumCoeff,                 \
+                                            const Mox32s* const* ppTblCoeffToken,                                 \
+                                            const Mox32s* const* ppTblTotalZeros,                                 \
+                                            const Mox32s* const* ppTblRunBefore, const Mox32s* pScanMatrix) {     \
+        return decodeCoeffs(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff, ppTblCoeffToken, \
+                            ppTblTotalZeros, ppTblRunBefore, pScanMatrix);                                        \
+    }                                                                                                             \
+    MOX_FN moxiDecodeCAVLCChromaDcCoeffs_H264_1u##T(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,     \
+                                                    Mox##T** ppCoeffs, const Mox32s* pTblCoeffToken,              \
+                                                    const Mox32s* const* ppTblTotalZeros,                         \
+                                                    const Mox32s* const* ppTblRunBefore) {                        \
+        return decodeChromaDc<Mox##T, 4>(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, pTblCoeffToken,            \
+                                         ppTblTotalZeros, ppTblRunBefore);                                        \
+    }                                                                                                             \
+    MOX_FN moxiDecodeCAVLCChroma422DcCoeffs_H264_1u##T(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,  \
+                                                       Mox##T** ppCoeffs, const Mox32s* pTblCoeffToken,           \
+                                                       const Mox32s* const* ppTblTotalZeros,                      \
+                                                       const Mox32s* const* ppTblRunBefore) {                     \
+        return decodeChromaDc<Mox##T, 8>(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, pTblCoeffToken,            \
+                                         ppTblTotalZeros, ppTblRunBefore);                                        \
+    }
+MOX_CAVLC(16s)
+MOX_CAVLC(32s)

@@ -1,0 +1,149 @@
+// H.264 CAVLC code tables (coeff_token, total_zeros, run_before) and the
+// compile-time builder that turns a list of codes into the packed table
+// format the CAVLC decoders read.
+//
+// Packed format: element 0 is the number k of bits to peek; the entry for a
+// peeked value v is element 1 + v. An entry with bit 7 set continues the code
+// in the sub-table whose width entry is at index (entry >> 8); an entry with
+// bit 7 clear ends it: value = entry >> 8, low byte = bits to give back.
+// Value 0xF0F1 marks a pattern that is no code.
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+#include "moxvc.h"
+
+namespace mox::h264 {
+
+constexpr Mox32s kNoCode = 0xF0F1;
+
+struct VlcCode {
+    int len;        // 0: no such code
+    unsigned bits;  // the code, right-aligned
+    int value;
+};
+
+// Size of the packed table for `codes` with a first level of k1 bits.
+template <size_t N>
+constexpr size_t packedSize(const std::array<VlcCode, N>& codes, int k1) {
+    size_t size = 1 + (size_t{1} << k1);
+    for (unsigned p = 0; p < (1u << k1); ++p) {
+        int w = 0;
+        for (const VlcCode& c : codes)
+            if (c.len > k1 && (c.bits >> (c.len - k1)) == p && c.len - k1 > w) w = c.len - k1;
+        if (w) size += 1 + (size_t{1} << w);
+    }
+    return size;
+}
+
+// Builds the two-level packed table. A code set that is not prefix-free
+// fails to compile (the overlap check throws in a constant expression).
+template <size_t Size, size_t N>
+constexpr std::array<Mox32s, Size> buildPacked(const std::array<VlcCode, N>& codes, int k1) {
+    std::array<Mox32s, Size> t{};
+    constexpr Mox32s kFiller = kNoCode << 8;
+    for (auto& e : t) e = kFiller;
+    t[0] = k1;
+    size_t next = 1 + (size_t{1} << k1);
+    auto fill = [&](size_t base, int width, unsigned code, int len, Mox32s entry) {
+        for (unsigned v = 0; v < (1u << (width - len)); ++v) {
+            Mox32s& slot = t[base + 1 + ((code << (width - len)) | v)];
+            if (slot != kFiller) throw "overlapping codes";
+            slot = entry;
+        }
+    };
+    for (unsigned p = 0; p < (1u << k1); ++p) {
+        int w = 0;
+        for (const VlcCode& c : codes)
+            if (c.len > k1 && (c.bits >> (c.len - k1)) == p && c.len - k1 > w) w = c.len - k1;
+        if (!w) continue;
+        if (t[1 + p] != kFiller) throw "overlapping codes";
+        t[1 + p] = static_cast<Mox32s>(next << 8) | 0x80;
+        t[next] = w;
+        for (const VlcCode& c : codes)
+            if (c.len > k1 && (c.bits >> (c.len - k1)) == p)
+                fill(next, w, c.bits & ((1u << (c.len - k1)) - 1), c.len - k1, (c.value << 8) | (w - (c.len - k1)));
+        next += 1 + (size_t{1} << w);
+    }
+    for (const VlcCode& c : codes)
+        if (c.len > 0 && c.len <= k1) fill(0, k1, c.bits, c.len, (c.value << 8) | (k1 - c.len));
+    return t;
+}
+
+// The standard's code tables: code lengths (0: no such code) and codes.
+// coeff_token is indexed [4 * TotalCoeff + TrailingOnes], for 0 <= nC < 2,
+// 2 <= nC < 4 and 4 <= nC < 8 (nC >= 8 uses a 6-bit fixed-length code).
+inline constexpr unsigned char kCoeffTokenLen[3][68] = {
+    {1, 0, 0, 0, 6, 2, 0, 0, 8, 6, 3, 0, 9, 8, 7, 5, 10, 9, 8, 6, 11, 10, 9, 7, 13, 11, 10, 8,
+     13, 13, 11, 9, 13, 13, 13, 10, 14, 14, 13, 11, 14, 14, 14, 13, 15, 15, 14, 14, 15, 15, 15, 14,
+     16, 15, 15, 15, 16, 16, 16, 15, 16, 16, 16, 16, 16, 16, 16, 16},
+    {2, 0, 0, 0, 6, 2, 0, 0, 6, 5, 3, 0, 7, 6, 6, 4, 8, 6, 6, 4, 8, 7, 7, 5, 9, 8, 8, 6,
+     11, 9, 9, 6, 11, 11, 11, 7, 12, 11, 11, 9, 12, 12, 12, 11, 12, 12, 12, 11, 13, 13, 13, 12,
+     13, 13, 13, 13, 13, 14, 13, 13, 14, 14, 14, 13, 14, 14, 14, 14},
+    {4, 0, 0, 0, 6, 4, 0, 0, 6, 5, 4, 0, 6, 5, 5, 4, 7, 5, 5, 4, 7, 5, 5, 4, 7, 6, 6, 4,
+     7, 6, 6, 4, 8, 7, 7, 5, 8, 8, 7, 6, 9, 8, 8, 7, 9, 9, 8, 8, 9, 9, 9, 8,
+     10, 9, 9, 9, 10, 10, 10, 10, 10, 10, 10, 10, 10, 10, 10, 10},
+};
+inline constexpr unsigned char kCoeffTokenBits[3][68] = {
+    {1, 0, 0, 0, 5, 1, 0, 0, 7, 4, 1, 0, 7, 6, 5, 3, 7, 6, 5, 3, 7, 6, 5, 4, 15, 6, 5, 4,
+     11, 14, 5, 4, 8, 10, 13, 4, 15, 14, 9, 4, 11, 10, 13, 12, 15, 14, 9, 12, 11, 10, 13, 8,
+     15, 1, 9, 12, 11, 14, 13, 8, 7, 10, 9, 12, 4, 6, 5, 8},
+    {3, 0, 0, 0, 11, 2, 0, 0, 7, 7, 3, 0, 7, 10, 9, 5, 7, 6, 5, 4, 4, 6, 5, 6, 7, 6, 5, 8,
+     15, 6, 5, 4, 11, 14, 13, 4, 15, 10, 9, 4, 11, 14, 13, 12, 8, 10, 9, 8, 15, 14, 13, 12,
+     11, 10, 9, 12, 7, 11, 6, 8, 9, 8, 10, 1, 7, 6, 5, 4},
+    {15, 0, 0, 0, 15, 14, 0, 0, 11, 15, 13, 0, 8, 12, 14, 12, 15, 10, 11, 11, 11, 8, 9, 10, 9, 14, 13, 9,
+     8, 10, 9, 8, 15, 14, 13, 13, 11, 14, 10, 12, 15, 10, 13, 12, 11, 14, 9, 12, 8, 10, 13, 8,
+     13, 7, 9, 12, 9, 12, 11, 10, 5, 8, 7, 6, 1, 4, 3, 2},
+};
+// coeff_token of 4:2:0 chroma DC (nC = -1, TotalCoeff 0..4) and 4:2:2 chroma DC (nC = -2, 0..8).
+inline constexpr unsigned char kCoeffTokenChromaDcLen[20] = {2, 0, 0, 0, 6, 1, 0, 0, 6, 6, 3, 0,
+                                                             6, 7, 7, 6, 6, 8, 8, 7};
+inline constexpr unsigned char kCoeffTokenChromaDcBits[20] = {1, 0, 0, 0, 7, 1, 0, 0, 4, 6, 1, 0,
+                                                              3, 3, 2, 5, 2, 3, 2, 0};
+inline constexpr unsigned char kCoeffTokenChroma422DcLen[36] = {
+    1, 0, 0, 0, 7, 2, 0, 0, 7, 7, 3, 0, 9, 7, 7, 5, 9, 9, 7, 6,
+    10, 10, 9, 7, 11, 11, 10, 7, 12, 12, 11, 10, 13, 12, 12, 11};
+inline constexpr unsigned char kCoeffTokenChroma422DcBits[36] = {
+    1, 0, 0, 0, 15, 1, 0, 0, 14, 13, 1, 0, 7, 12, 11, 1, 6, 5, 10, 1,
+    7, 6, 4, 9, 7, 6, 5, 8, 7, 6, 5, 4, 7, 5, 4, 4};
+
+// total_zeros [TotalCoeff - 1][total_zeros] of 4x4 blocks.
+inline constexpr unsigned char kTotalZerosLen[15][16] = {
+    {1, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 9}, {3, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 6, 6, 6, 6},
+    {4, 3, 3, 3, 4, 4, 3, 3, 4, 5, 5, 6, 5, 6},       {5, 3, 4, 4, 3, 3, 3, 4, 3, 4, 5, 5, 5},
+    {4, 4, 4, 3, 3, 3, 3, 3, 4, 5, 4, 5},             {6, 5, 3, 3, 3, 3, 3, 3, 4, 3, 6},
+    {6, 5, 3, 3, 3, 2, 3, 4, 3, 6},                   {6, 4, 5, 3, 2, 2, 3, 3, 6},
+    {6, 6, 4, 2, 2, 3, 2, 5},                         {5, 5, 3, 2, 2, 2, 4},
+    {4, 4, 3, 3, 1, 3},                               {4, 4, 2, 1, 3},
+    {3, 3, 1, 2},                                     {2, 2, 1},
+    {1, 1},
+};
+inline constexpr unsigned char kTotalZerosBits[15][16] = {
+    {1, 3, 2, 3, 2, 3, 2, 3, 2, 3, 2, 3, 2, 3, 2, 1}, {7, 6, 5, 4, 3, 5, 4, 3, 2, 3, 2, 3, 2, 1, 0},
+    {5, 7, 6, 5, 4, 3, 4, 3, 2, 3, 2, 1, 1, 0},       {3, 7, 5, 4, 6, 5, 4, 3, 3, 2, 2, 1, 0},
+    {5, 4, 3, 7, 6, 5, 4, 3, 2, 1, 1, 0},             {1, 1, 7, 6, 5, 4, 3, 2, 1, 1, 0},
+    {1, 1, 5, 4, 3, 3, 2, 1, 1, 0},                   {1, 1, 1, 3, 3, 2, 2, 1, 0},
+    {1, 0, 1, 3, 2, 1, 1, 1},                         {1, 0, 1, 3, 2, 1, 1},
+    {0, 1, 1, 2, 1, 3},                               {0, 1, 1, 1, 1},
+    {0, 1, 1, 1},                                     {0, 1, 1},
+    {0, 1},
+};
+// total_zeros of 4:2:0 chroma DC [TotalCoeff - 1][total_zeros] and of 4:2:2 chroma DC.
+inline constexpr unsigned char kTotalZerosChromaDcLen[3][4] = {{1, 2, 3, 3}, {1, 2, 2}, {1, 1}};
+inline constexpr unsigned char kTotalZerosChromaDcBits[3][4] = {{1, 1, 1, 0}, {1, 1, 0}, {1, 0}};
+inline constexpr unsigned char kTotalZerosChroma422DcLen[7][8] = {
+    {1, 3, 3, 4, 4, 4, 5, 5}, {3, 2, 3, 3, 3, 3, 3}, {3, 3, 2, 2, 3, 3}, {3, 2, 2, 2, 3},
+    {2, 2, 2, 2},             {2, 2, 1},             {1, 1}};
+inline constexpr unsigned char kTotalZerosChroma422DcBits[7][8] = {
+    {1, 2, 3, 2, 3, 1, 1, 0}, {0, 1, 1, 4, 5, 6, 7}, {0, 1, 1, 2, 6, 7}, {6, 0, 1, 2, 7},
+    {0, 1, 2, 3},             {0, 1, 1},             {0, 1}};
+// run_before [min(zerosLeft, 7) - 1][run_before].
+inline constexpr unsigned char kRunBeforeLen[7][15] = {
+    {1, 1}, {1, 2, 2}, {2, 2, 2, 2}, {2, 2, 2, 3, 3}, {2, 2, 3, 3, 3, 3}, {2, 3, 3, 3, 3, 3, 3},
+    {3, 3, 3, 3, 3, 3, 3, 4, 5, 6, 7, 8, 9, 10, 11}};
+inline constexpr unsigned char kRunBeforeBits[7][15] = {
+    {1, 0}, {1, 1, 0}, {3, 2, 1, 0}, {3, 2, 1, 1, 0}, {3, 2, 3, 2, 1, 0}, {3, 0, 1, 3, 2, 5, 4},
+    {7, 6, 5, 4, 3, 2, 1, 1, 1, 1, 1, 1, 1, 1, 1}};
+
+}  // namespace mox::h264
