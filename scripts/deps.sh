@@ -2,7 +2,7 @@
 # Installs the Debian packages the build, tests and benchmarks need (only the
 # missing ones; needs root or sudo when something is missing).
 set -euo pipefail
-pkgs=(cmake make g++ pkg-config libgtest-dev libbenchmark-dev)
+pkgs=(cmake make g++ clang libclang-rt-14-dev pkg-config libgtest-dev libbenchmark-dev)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -10,7 +10,11 @@ mode=release
 flags=(-DCMAKE_BUILD_TYPE=Release)
 for a in "$@"; do
   case "$a" in
-    --sanitize) mode=sanitize; flags+=(-DMOXVC_SANITIZE=ON -DMOXVC_BENCH=OFF) ;;
+    --sanitize)
+      # clang, so that the libFuzzer targets build and run as smoke tests too
+      mode=sanitize
+      export CC=clang CXX=clang++
+      flags+=(-DMOXVC_SANITIZE=ON -DMOXVC_FUZZ=ON -DMOXVC_BENCH=OFF) ;;
     --werror) flags+=(-DMOXVC_WERROR=ON) ;;
     *) echo "unknown option $a" >&2; exit 2 ;;
   esac
