@@ -30,21 +30,27 @@ namespace mox {
 
 class WordReader {
 public:
-    WordReader(const Mox32u* p, int offset) : p_(p), off_(offset) {}
+    // The window holds the current word in its high half and, once a read has
+    // needed it, the next word in its low half.
+    WordReader(const Mox32u* p, int offset)
+        : p_(p), win_(static_cast<uint64_t>(p[0]) << 32), used_(31 - offset), valid_(32) {}
 
     // Next n bits (1..32), most significant first, without moving. Loads the
     // next word only when the bits reach past bit 0 of the current one.
-    uint32_t peek(int n) const {
-        uint64_t w = static_cast<uint64_t>(p_[0]) << 32;
-        if (n > off_) w |= p_[1];
-        return static_cast<uint32_t>((w << (31 - off_)) >> (64 - n));
+    uint32_t peek(int n) {
+        if (used_ + n > valid_) load();
+        return static_cast<uint32_t>((win_ << used_) >> (64 - n));
     }
-    // Moves past n bits (0..32).
+    // Moves past n bits (0..32). A move that ends exactly on bit 0 steps to
+    // the next word, which is loaded then.
     void skip(int n) {
-        off_ -= n;
-        if (off_ < 0) {
-            off_ += 32;
+        used_ += n;
+        if (used_ >= 32) {
+            if (valid_ < 64) load();
             ++p_;
+            used_ -= 32;
+            win_ <<= 32;
+            valid_ = 32;
         }
     }
     uint32_t read(int n) {
@@ -54,33 +60,42 @@ public:
     }
     // Moves back n bits (0..32), into the previous word when the offset passes 31.
     void giveBack(int n) {
-        off_ += n;
-        if (off_ > 31) {
-            off_ -= 32;
+        used_ -= n;
+        if (used_ < 0) {
             --p_;
+            used_ += 32;
+            win_ = static_cast<uint64_t>(p_[0]) << 32 | win_ >> 32;
+            valid_ = 64;
         }
     }
     // Leading zero bits before the next 1 within the next `limit` (1..32) bits;
     // returns `limit` when they are all zero. Does not move.
-    int leadingZeros(int limit) const {
+    int leadingZeros(int limit) {
         uint32_t v = peek(limit) << (32 - limit);
         return v ? __builtin_clz(v) : limit;
     }
 
     const Mox32u* ptr() const { return p_; }
-    int offset() const { return off_; }
+    int offset() const { return 31 - used_; }
     // Bits consumed since `start` (same stream).
     long long bitsSince(const WordReader& start) const {
-        return static_cast<long long>(p_ - start.p_) * 32 + (start.off_ - off_);
+        return static_cast<long long>(p_ - start.p_) * 32 + (used_ - start.used_);
     }
     void commit(Mox32u** ppBitStream, int* pBitOffset) const {
         *ppBitStream = const_cast<Mox32u*>(p_);
-        *pBitOffset = off_;
+        *pBitOffset = 31 - used_;
     }
 
 private:
+    void load() {
+        win_ |= p_[1];
+        valid_ = 64;
+    }
+
     const Mox32u* p_;
-    int off_;  // 31..0: index of the next bit in *p_
+    uint64_t win_;
+    int used_;   // bits of *p_ already consumed (0..31)
+    int valid_;  // 32: only *p_ is in the window; 64: p_[1] too
 };
 
 class ByteReader {

@@ -19,21 +19,31 @@ constexpr int kMaxChain = 4;  // sub-table depth accepted from a caller's table
 // level_prefix beyond 11 + 14 (the deepest bit depth) cannot occur in a conforming stream.
 constexpr int kMaxLevelPrefix = 25;
 
+// Follows the sub-tables of a code longer than the first level.
+int decodeVlcChain(WordReader& rd, const Mox32s* t, Mox32s e) {
+    for (int depth = 0; e & 0x80; ++depth) {
+        t += e >> 8;
+        int k = t[0];
+        if (k < 1 || k > 16 || depth >= kMaxChain) return kInvalid;
+        e = t[1 + rd.peek(k)];
+        rd.skip(k);
+    }
+    rd.giveBack(e & 0x7F);
+    int v = e >> 8;
+    return v == kNoCode ? kInvalid : v;
+}
+
 // One code from a packed table, or kInvalid for a pattern that is no code
 // (or a table that cannot be followed).
 inline int decodeVlc(WordReader& rd, const Mox32s* t) {
-    for (int depth = 0;; ++depth) {
-        int k = t[0];
-        if (k < 1 || k > 16 || depth > kMaxChain) return kInvalid;
-        Mox32s e = t[1 + rd.peek(k)];
-        rd.skip(k);
-        if (!(e & 0x80)) {
-            rd.giveBack(e & 0x7F);
-            int v = e >> 8;
-            return v == kNoCode ? kInvalid : v;
-        }
-        t += e >> 8;
-    }
+    int k = t[0];
+    if (k < 1 || k > 16) return kInvalid;
+    Mox32s e = t[1 + rd.peek(k)];
+    rd.skip(k);
+    if (e & 0x80) return decodeVlcChain(rd, t, e);
+    rd.giveBack(e & 0x7F);
+    int v = e >> 8;
+    return v == kNoCode ? kInvalid : v;
 }
 
 enum class Result { Ok, Corrupt, NullTable };
@@ -48,10 +58,12 @@ struct Block {
 
 // Trailing ones and levels (clause 9.2.2).
 bool decodeLevels(WordReader& rd, int tc, int t1, int* level) {
-    if (t1) {
-        uint32_t signs = rd.read(t1);
-        for (int i = 0; i < t1; ++i) level[i] = (signs >> (t1 - 1 - i)) & 1 ? -1 : 1;
-    }
+    // Up to three sign bits, 1 for -1: look at three, keep t1 of them.
+    uint32_t signs = rd.peek(3);
+    rd.skip(t1);
+    level[0] = 1 - static_cast<int>((signs >> 1) & 2);
+    level[1] = 1 - static_cast<int>(signs & 2);
+    level[2] = 1 - static_cast<int>((signs << 1) & 2);
     int suffixLength = tc > 10 && t1 < 3 ? 1 : 0;
     for (int i = t1; i < tc; ++i) {
         int prefix = rd.leadingZeros(32);
