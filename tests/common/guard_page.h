@@ -30,10 +30,10 @@ public:
     GuardPage(const GuardPage&) = delete;
     GuardPage& operator=(const GuardPage&) = delete;
 
-    uint8_t* data() { return data_; }
+    uint8_t* data() const { return data_; }
     size_t size() const { return bytes_; }
     template <class T>
-    T* as() { return reinterpret_cast<T*>(data_); }
+    T* as() const { return reinterpret_cast<T*>(data_); }
 
 private:
     size_t bytes_, size_;
