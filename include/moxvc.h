@@ -304,6 +304,60 @@ MOXAPI MoxStatus moxiDecodeCAVLCChromaDcCoeffs_H264_1u32s(Mox32u** ppBitStream, 
 MOXAPI MoxStatus moxiDecodeCAVLCChroma422DcCoeffs_H264_1u16s(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, Mox16s** ppCoeffs, const Mox32s* pTblCoeffToken, const Mox32s* const* ppTblTotalZeros, const Mox32s* const* ppTblRunBefore);
 MOXAPI MoxStatus moxiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, Mox32s** ppCoeffs, const Mox32s* pTblCoeffToken, const Mox32s* const* ppTblTotalZeros, const Mox32s* const* ppTblRunBefore);
 
+/* ================================================================== H.264 dequantisation and inverse transforms
+ * Blocks are raster order (row 0 first); residuals are (x + 32) >> 6 of the inverse transform, rows
+ * first. Checks: null pointers, then QP (0..51, else moxStsOutOfRangeErr), then the rest as listed.
+ * 16s forms keep every transform intermediate in 16 bits with wrap-around (only ...ResidualAndAdd
+ * saturates), right shifts acting on the stored value; the flat forms scale a level by
+ * normAdjust4x4(QP % 6, class) << (QP / 6) with the product kept in 16 bits.
+ * pQuantTable: LevelScale (weightScale x normAdjust) of the current QP % 6, 16 or 64 values in raster
+ * order. With q = QP / 6 it scales a level c as (4x4) QP < 24: (c*LS + 2^(3-q)) >> (4-q), else
+ * (c*LS) << (q-4); (8x8, luma DC and 4:2:2 chroma DC, LS of position 0 for the DCs) QP < 36:
+ * (c*LS + 2^(5-q)) >> (6-q), else (c*LS) << (q-6); in 32-bit arithmetic, the result stored in the
+ * coefficient type. 32s forms (high bit depths): QP is QP' = QP + 6 x (bitDepth - 8), 0..87; every
+ * value is 32-bit two's complement (no 16-bit truncation; sample + residual also wraps at 32 bits
+ * before the clamp to 0..2^bitDepth - 1); bitDepth 8..14, else moxStsOutOfRangeErr. */
+
+/* Flat-matrix LevelScale (16 x normAdjust) for qpRem = QP % 6: 16 values, 64 when is8x8; NULL for qpRem outside 0..5. */
+MOXAPI const Mox16s* moxiGetLevelScale_H264(int qpRem, int is8x8);
+
+/* Flat dequantisation and inverse transform in place (step at least 8, else moxStsStepErr; rows step / 2 elements apart); pDC (optional) is the scaled DC; AC 0: DC only, all (d + 32) >> 6. */
+MOXAPI MoxStatus moxiDequantTransformResidual_H264_16s_C1I(Mox16s* pSrcDst, int step, const Mox16s* pDC, int AC, int QP);
+/* As above on 16 contiguous levels with saturating sums, added to pPred clamped into pDst; the residual goes back to pSrcDst on the AC path only; pSrcDst may be NULL when pDC is set and AC is 0 (else moxStsNullPtrErr, checked after QP). */
+MOXAPI MoxStatus moxiDequantTransformResidualAndAdd_H264_16s_C1I(const Mox8u* pPred, Mox16s* pSrcDst, const Mox16s* pDC, Mox8u* pDst, int predStep, int dstStep, int QP, int AC);
+/* Intra 16x16 luma DC: 4x4 Hadamard of the 16 levels, then (f x scale + r) >> s (s, r = 2 below QP 6, 1 below 12, else 0). */
+MOXAPI MoxStatus moxiTransformDequantLumaDC_H264_16s_C1I(Mox16s* pSrcDst, int QP);
+/* 4:2:0 chroma DC (c00, c01, c10, c11): 2x2 transform, then (f x scale) >> 1; QP is the chroma quantiser. */
+MOXAPI MoxStatus moxiTransformDequantChromaDC_H264_16s_C1I(Mox16s* pSrcDst, int QP);
+/* Forward core transform of 4x4 predicted samples into 16 unscaled coefficients (for SP/SI decoding). */
+MOXAPI MoxStatus moxiTransformPrediction_H264_8u16s_C1(const Mox8u* pSrc, int srcStep, Mox16s* pDst);
+
+/* Inverse 4x4 transform of 16 scaled coefficients into a residual block (dstStep at least 8 / 16 bytes, else moxStsStepErr). */
+MOXAPI MoxStatus moxiTransformResidual4x4Inv_H264_16s_C1(const Mox16s* pSrc, Mox16s* pDst, int dstStep);
+MOXAPI MoxStatus moxiTransformResidual4x4Inv_H264_32s_C1(const Mox32s* pSrc, Mox32s* pDst, int dstStep);
+/* pQuantTable dequantisation, inverse transform and clamped add to pPred, with pDC, AC, write-back and NULL pSrcDst as in ...ResidualAndAdd (checked after QP and bitDepth); wraps instead of saturating. */
+MOXAPI MoxStatus moxiTransformQuantInvAddPred4x4_H264_16s_C1IR(const Mox8u* pPred, int predStep, Mox16s* pSrcDst, const Mox16s* pDC, Mox8u* pDst, int dstStep, int QP, int AC, const Mox16s* pQuantTable);
+MOXAPI MoxStatus moxiTransformQuantInvAddPred4x4_H264_32s_C1IR(const Mox16u* pPred, int predStep, Mox32s* pSrcDst, const Mox32s* pDC, Mox16u* pDst, int dstStep, int QP, int AC, const Mox16s* pQuantTable, int bitDepth);
+/* Intra 16x16 luma DC with a scaling table: 4x4 Hadamard, then the 8x8 rule with pQuantTable[0]. */
+MOXAPI MoxStatus moxiTransformQuantInvLumaDC4x4_H264_16s_C1I(Mox16s* pSrcDst, int QP, const Mox16s* pQuantTable);
+MOXAPI MoxStatus moxiTransformQuantInvLumaDC4x4_H264_32s_C1I(Mox32s* pSrcDst, int QP, const Mox16s* pQuantTable);
+/* 4:2:0 chroma DC with a scaling table: 2x2 transform, then ((f x pQuantTable[0]) << q) >> 5. */
+MOXAPI MoxStatus moxiTransformQuantInvChromaDC2x2_H264_16s_C1I(Mox16s* pSrcDst, int QP, const Mox16s* pQuantTable);
+MOXAPI MoxStatus moxiTransformQuantInvChromaDC2x2_H264_32s_C1I(Mox32s* pSrcDst, int QP, const Mox16s* pQuantTable);
+/* 4:2:2 chroma DC: levels in coded order c0..c7 in, DCs of the 2-wide, 4-high block grid in raster order out; 2x4 transform, then the 8x8 rule with QP + 3, so pQuantTable is that of (QP + 3) % 6. */
+MOXAPI MoxStatus moxiTransformQuantInvChromaDC2x4_H264_16s_C1I(Mox16s* pSrcDst, int QP, const Mox16s* pQuantTable);
+MOXAPI MoxStatus moxiTransformQuantInvChromaDC2x4_H264_32s_C1I(Mox32s* pSrcDst, int QP, const Mox16s* pQuantTable);
+/* Dequantises the 64 levels of an 8x8 block in place with pQuantTable. */
+MOXAPI MoxStatus moxiQuantLuma8x8Inv_H264_16s_C1I(Mox16s* pSrcDst, int QP, const Mox16s* pQuantTable);
+MOXAPI MoxStatus moxiQuantInvLuma8x8_H264_32s_C1I(Mox32s* pSrcDst, int QP, const Mox16s* pQuantTable);
+/* Inverse 8x8 transform of 64 scaled coefficients added to pPred, clamped into pDst. */
+MOXAPI MoxStatus moxiTransformLuma8x8InvAddPred_H264_16s8u_C1R(const Mox8u* pPred, int predStep, const Mox16s* pSrc, Mox8u* pDst, int dstStep);
+MOXAPI MoxStatus moxiTransformInvAddPredLuma8x8_H264_32s16u_C1R(const Mox16u* pPred, int predStep, const Mox32s* pSrc, Mox16u* pDst, int dstStep, int bitDepth);
+/* SP/SI 4x4 (QS also 0..51): pPredictBlock is the transformed prediction p; each level c becomes sign(s)(|s| x R + 2^(14+QS/6)) >> (15+QS/6) (R the forward quantiser's multiplier for QS) with s = p + floor(c x normAdjust(QP) x W x 2^(QP/6) / 64) (W 16, 25, 20 by class), or, when switchFlag, c plus that requantisation of p; then flat QS dequantisation (pDC replaces the DC; AC 0 reads levels 1..15 as 0) and inverse transform, 16 values out (sample = clamp of them). */
+MOXAPI MoxStatus moxiDequantTransformResidual_SISP_H264_16s_C1I(Mox16s* pSrcDst, const Mox16s* pPredictBlock, const Mox16s* pDC, int AC, int QP, int QS, int switchFlag);
+/* SP/SI chroma DC: pDCPredict holds the DCs of the 4 transformed prediction blocks; as above on their 2x2 transform with /32 and shift 16 + QS/6, then as moxiTransformDequantChromaDC with QS. */
+MOXAPI MoxStatus moxiTransformDequantChromaDC_SISP_H264_16s_C1I(Mox16s* pSrcDst, const Mox16s* pDCPredict, int QP, int QS, int switchFlag);
+
 #ifdef __cplusplus
 }
 #endif

@@ -33,6 +33,66 @@ std::vector<uint8_t> subJob(uint32_t seed) {
     return asBytes(d);
 }
 
+// A 32x32 reference area and a 16x16 current block, both random.
+struct Planes {
+    explicit Planes(uint32_t seed) : r(seed), ref(randomVec<Mox8u>(r, 33 * 33, 255)), cur(randomVec<Mox8u>(r, 16 * 16, 255)) {}
+    Rng r;
+    std::vector<Mox8u> ref, cur;
+};
+
+std::vector<uint8_t> metricsJob(uint32_t seed) {
+    Planes p(seed);
+    std::vector<Mox32s> out(8);
+    std::vector<Mox16u> cands(16);
+    moxiSAD16x16_8u32s(p.cur.data(), 16, p.ref.data(), 33, &out[0], 12);
+    moxiSATD8x8_8u32s_C1R(p.cur.data(), 16, p.ref.data(), 33, &out[1]);
+    moxiSSD8x8_8u32s_C1R(p.cur.data(), 16, p.ref.data(), 33, &out[2], 4);
+    moxiVarMean8x8_8u32s_C1R(p.cur.data(), 16, &out[3], &out[4]);
+    moxiSAT8x8D_8u32s_C1R(p.cur.data(), 16, p.ref.data(), 33, &out[5]);
+    moxiVariance16x16_8u32s(p.cur.data(), 16, &out[6]);
+    moxiSAD16x16xN_8u16u_C1R(p.cur.data(), 16, p.ref.data(), 33, cands.data(), 16);
+    std::vector<uint8_t> bytes = asBytes(out), more = asBytes(cands);
+    bytes.insert(bytes.end(), more.begin(), more.end());
+    return bytes;
+}
+
+std::vector<uint8_t> blockOpsJob(uint32_t seed) {
+    Planes p(seed);
+    std::vector<Mox16s> residual = randomVec<Mox16s>(p.r, 256, 600);
+    for (auto& v : residual) v = static_cast<Mox16s>(v - 300);
+    std::vector<Mox8u> mc(256), copy(256);
+    std::vector<Mox16s> diff(256);
+    moxiMC16x16_8u_C1(p.ref.data(), 33, residual.data(), 32, mc.data(), 16, 12, seed & 1);
+    moxiCopy16x16HP_8u_C1R(p.ref.data(), 33, copy.data(), 16, 3, 1);
+    moxiGetDiff16x16_8u16s_C1(p.cur.data(), 16, p.ref.data(), 33, diff.data(), 32, nullptr, 0, 8, 0);
+    std::vector<uint8_t> bytes = asBytes(mc), b2 = asBytes(copy), b3 = asBytes(diff);
+    bytes.insert(bytes.end(), b2.begin(), b2.end());
+    bytes.insert(bytes.end(), b3.begin(), b3.end());
+    return bytes;
+}
+
+std::vector<uint8_t> entropyJob(uint32_t seed) {
+    Rng r(seed);
+    std::vector<Mox32u> words = randomVec<Mox32u>(r, 64, 0xFFFFFFFF);
+    const MoxCAVLCTables_H264* t = moxiGetCAVLCTables_H264();
+    static constexpr Mox32s kScan[16] = {0, 1, 4, 8, 5, 2, 3, 6, 9, 12, 13, 10, 7, 11, 14, 15};
+    std::vector<Mox16s> coeffs(16 * 40);
+    Mox16s* out = coeffs.data();
+    Mox32u* p = words.data();
+    int off = 31;
+    for (int i = 0; i < 40 && p < words.data() + 48; ++i) {
+        Mox16s num = 0;
+        if (moxiDecodeCAVLCCoeffs_H264_1u16s(&p, &off, &num, &out, i % 9, 16, t->coeffToken, t->totalZeros,
+                                             t->runBefore, kScan) != moxStsNoErr) {
+            Mox32s v;
+            if (moxiDecodeExpGolombOne_H264_1u32s(&p, &off, &v, 1) != moxStsNoErr) break;
+        }
+    }
+    coeffs.push_back(static_cast<Mox16s>(p - words.data()));
+    coeffs.push_back(static_cast<Mox16s>(off));
+    return asBytes(coeffs);
+}
+
 std::vector<uint8_t> coreJob(uint32_t seed) {
     const MoxLibraryVersion* v = moxvcGetLibVersion();
     void* p = moxMalloc(static_cast<int>(seed % 1000) + 1);
@@ -41,7 +101,7 @@ std::vector<uint8_t> coreJob(uint32_t seed) {
     return out;
 }
 
-const Job kJobs[] = {subJob, coreJob};
+const Job kJobs[] = {subJob, coreJob, metricsJob, blockOpsJob, entropyJob};
 
 TEST(Threads, ConcurrentCallsMatchSerialResults) {
     constexpr int kThreads = 4, kSeeds = 8, kRounds = 50;
