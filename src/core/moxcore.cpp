@@ -46,8 +46,8 @@ Mox32u features() {
     return f;
 }
 
-// Largest cache from the deterministic cache-parameter leaves (Intel leaf 4,
-// AMD leaf 0x8000001D share the layout).
+// Largest cache from the deterministic cache-parameter leaves (leaf 4, or
+// leaf 0x8000001D where leaf 4 is empty; both share one layout).
 long cacheFromCpuid() {
     unsigned leaf = 4;
     if (cpuid(0x80000000).a >= 0x8000001D && !(cpuid(0).a >= 4 && (cpuid(4).a & 0x1F))) leaf = 0x8000001D;
