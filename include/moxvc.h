@@ -358,6 +358,56 @@ MOXAPI MoxStatus moxiDequantTransformResidual_SISP_H264_16s_C1I(Mox16s* pSrcDst,
 /* SP/SI chroma DC: pDCPredict holds the DCs of the 4 transformed prediction blocks; as above on their 2x2 transform with /32 and shift 16 + QS/6, then as moxiTransformDequantChromaDC with QS. */
 MOXAPI MoxStatus moxiTransformDequantChromaDC_SISP_H264_16s_C1I(Mox16s* pSrcDst, const Mox16s* pDCPredict, int QP, int QS, int switchFlag);
 
+/* ================================================================== H.264 weighted prediction
+ * One prediction block of width and height each from {2, 4, 8, 16}. Checks: null pointers, steps, size
+ * (moxStsSizeErr for any other size). The Mox32u steps are compared unsigned with the width and then used as
+ * signed byte distances, so bottom-up planes pass. Results are clamped to 0..255; they are exact for weights
+ * within -32768..32767, ulog2wd 0..30 and offsets within -2^24..2^24 (H.264 uses -128..127 and 0..7). */
+/* In place: ((s * iWeight + 2^(ulog2wd-1)) >> ulog2wd) + iOffset, no rounding term when ulog2wd is 0. */
+MOXAPI MoxStatus moxiUniDirWeightBlock_H264_8u_C1R(Mox8u* pSrcDst, Mox32u srcDstStep, Mox32u ulog2wd, Mox32s iWeight, Mox32s iOffset, MoxiSize roiSize);
+/* The same function under its in-place name. */
+MOXAPI MoxStatus moxiUniDirWeightBlock_H264_8u_C1IR(Mox8u* pSrcDst, Mox32u srcDstStep, Mox32u ulog2wd, Mox32s iWeight, Mox32s iOffset, MoxiSize roiSize);
+/* ((s1 * iWeight1 + s2 * iWeight2 + 2^ulog2wd) >> (ulog2wd + 1)) + ((iOffset1 + iOffset2 + 1) >> 1); both sources use srcStep. */
+MOXAPI MoxStatus moxiBiDirWeightBlock_H264_8u_P2P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep, Mox32u dstStep, Mox32u ulog2wd, Mox32s iWeight1, Mox32s iOffset1, Mox32s iWeight2, Mox32s iOffset2, MoxiSize roiSize);
+/* As the P2P1R form with one step per block. */
+MOXAPI MoxStatus moxiBiDirWeightBlock_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep1, Mox32u srcStep2, Mox32u dstStep, Mox32u ulog2wd, Mox32s iWeight1, Mox32s iOffset1, Mox32s iWeight2, Mox32s iOffset2, MoxiSize roiSize);
+/* Implicit weighting with caller weights: (s1 * iWeight1 + s2 * iWeight2 + 32) >> 6. */
+MOXAPI MoxStatus moxiBiDirWeightBlockImplicit_H264_8u_P2P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep, Mox32u dstStep, Mox32s iWeight1, Mox32s iWeight2, MoxiSize roiSize);
+/* As the implicit P2P1R form with one step per block. */
+MOXAPI MoxStatus moxiBiDirWeightBlockImplicit_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep1, Mox32u srcStep2, Mox32u dstStep, Mox32s iWeight1, Mox32s iWeight2, MoxiSize roiSize);
+/* In place on d: ((s1 * iWeight1 + d * iWeight2 + r) >> ulog2wd) + iOffset; a ulog2wd of 0 or below means no rounding and no shift; the step is signed, below the width -> moxStsStepErr. */
+MOXAPI MoxStatus moxiWeightedAverage_H264_8u_C1IR(const Mox8u* pSrc1, Mox8u* pSrcDst, Mox32s srcDstStep, Mox32s iWeight1, Mox32s iWeight2, Mox32s ulog2wd, Mox32s iOffset, MoxiSize roiSize);
+
+/* Blocks of a weighted prediction of 16-bit samples. */
+typedef struct {
+    const Mox16u* pSrc1;          /* first (or only) prediction */
+    const Mox16u* pSrc2;          /* second prediction; not read (may be null) by the uni-directional form */
+    Mox16u* pDst;                 /* may be pSrc1 or pSrc2 with the same step (in place) */
+    Mox32s srcStep1, srcStep2;    /* bytes between rows, negative for bottom-up planes */
+    Mox32s dstStep;
+    MoxiSize roiSize;             /* width and height each from {2, 4, 8, 16} */
+    Mox32s bitDepth;              /* 8..14; results are clamped to 0..2^bitDepth - 1 */
+} MoxWeightBlock_H264_16u;
+
+/* Explicit (or implicit) weights of the two predictions. */
+typedef struct {
+    Mox32s log2wd;                /* logWD 0..7 (luma_log2_weight_denom); not read by the implicit form (6 bits) */
+    Mox32s weight1, offset1;      /* first prediction; offsets in units of the bit depth (already scaled) */
+    Mox32s weight2, offset2;      /* second prediction; not read by the uni-directional form */
+} MoxWeightParams_H264;
+
+/* 16-bit forms. Checks: null pointers (record, its pointers, weights), steps (magnitude below 2 x width ->
+ * moxStsStepErr), size (moxStsSizeErr), bitDepth 8..14 then log2wd 0..7 (moxStsOutOfRangeErr). Exact for weights
+ * within -32768..32767 and offsets within -2^20..2^20. */
+/* Default prediction: (s1 + s2 + 1) >> 1. */
+MOXAPI MoxStatus moxiBidir_H264_16u_P2P1R(const MoxWeightBlock_H264_16u* pBlock);
+/* Explicit bi-prediction, the formula of moxiBiDirWeightBlock_H264_8u_P2P1R. */
+MOXAPI MoxStatus moxiBidirWeight_H264_16u_P2P1R(const MoxWeightBlock_H264_16u* pBlock, const MoxWeightParams_H264* pWeights);
+/* Implicit bi-prediction: (s1 * weight1 + s2 * weight2 + 32) >> 6. */
+MOXAPI MoxStatus moxiBidirWeightImplicit_H264_16u_P2P1R(const MoxWeightBlock_H264_16u* pBlock, const MoxWeightParams_H264* pWeights);
+/* Explicit single prediction of pSrc1 into pDst, the formula of moxiUniDirWeightBlock_H264_8u_C1R. */
+MOXAPI MoxStatus moxiUnidirWeight_H264_16u_IP2P1R(const MoxWeightBlock_H264_16u* pBlock, const MoxWeightParams_H264* pWeights);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,462 @@
+// H.264 weighted sample prediction of 8- and 16-bit blocks of 2, 4, 8 or 16
+// samples in each direction.
+//
+// A block is processed in 16-byte registers: a register holds as many rows
+// as fit (eight rows of two 8-bit samples, four rows of four, two of eight,
+// one of sixteen), so every size runs the same few instructions per register
+// and the row loop is unrolled at compile time. One kernel is instantiated
+// per width and height and chosen once per call from a table.
+//
+//  * Single prediction, 8-bit, H.264 weights: pmaddubsw of (s, 1) byte pairs
+//    with (w, r) gives s * w + r in 16 bits; psraw, paddsw offset, packuswb.
+//  * Two predictions, 8-bit, byte weights whose sums cannot leave 16 bits:
+//    pmaddubsw of (s1, s2) byte pairs with (w1, w2), paddw rounding (and
+//    offset), psraw, packuswb.
+//  * Everything else: pmaddwd of (s1, s2) word pairs with (w1, w2) gives the
+//    32-bit weighted sum; the rounding term and the offset shifted up by the
+//    denominator are one constant K, so (sum + K) >> shift is the whole
+//    formula; then packssdw/packusdw and the clamp.
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "core/check.h"
+#include "me/hpel.h"
+#include "me/simd.h"
+
+namespace {
+
+using namespace mox;
+
+constexpr int kMaxShift = 31;
+
+// ---------------------------------------------------------------- row gathering
+// Rows of BW bytes packed into one register: G = 16 / BW rows, fewer when the
+// block is shorter.
+template <int BW, int H>
+constexpr int rowsPerReg() {
+    return 16 / BW < H ? 16 / BW : H;
+}
+
+template <class T>
+inline T loadScalar(const void* p) {
+    T v;
+    std::memcpy(&v, p, sizeof(T));
+    return v;
+}
+
+template <int... I>
+inline __m128i gather2(const Mox8u* p, int step, std::integer_sequence<int, I...>) {
+    __m128i v = _mm_setzero_si128();
+    ((v = _mm_insert_epi16(v, loadScalar<uint16_t>(row(p, step, I)), I)), ...);
+    return v;
+}
+
+template <int BW, int G>
+inline __m128i gather(const Mox8u* p, int step) {
+    if constexpr (BW == 16) {
+        return simd::load<16>(p);
+    } else if constexpr (BW == 8) {
+        static_assert(G == 2);
+        return simd::load8x2(p, row(p, step, 1));
+    } else if constexpr (BW == 4 && G == 4) {
+        return simd::load4x4(p, row(p, step, 1), row(p, step, 2), row(p, step, 3));
+    } else if constexpr (BW == 4) {
+        static_assert(G == 2);
+        return _mm_unpacklo_epi32(simd::load<4>(p), simd::load<4>(row(p, step, 1)));
+    } else {
+        static_assert(BW == 2);
+        return gather2(p, step, std::make_integer_sequence<int, G>());
+    }
+}
+
+template <int I>
+inline void storeLane2(Mox8u* p, int step, __m128i v) {
+    const uint16_t x = static_cast<uint16_t>(_mm_extract_epi16(v, I));
+    std::memcpy(row(p, step, I), &x, 2);
+}
+
+template <int I>
+inline void storeLane4(Mox8u* p, int step, __m128i v) {
+    const uint32_t x = static_cast<uint32_t>(_mm_extract_epi32(v, I));
+    std::memcpy(row(p, step, I), &x, 4);
+}
+
+template <int... I>
+inline void scatter2(Mox8u* p, int step, __m128i v, std::integer_sequence<int, I...>) {
+    (storeLane2<I>(p, step, v), ...);
+}
+
+template <int... I>
+inline void scatter4(Mox8u* p, int step, __m128i v, std::integer_sequence<int, I...>) {
+    (storeLane4<I>(p, step, v), ...);
+}
+
+template <int BW, int G>
+inline void scatter(Mox8u* p, int step, __m128i v) {
+    if constexpr (BW == 16) {
+        simd::store<16>(p, v);
+    } else if constexpr (BW == 8) {
+        simd::store<8>(p, v);
+        _mm_storeh_pi(reinterpret_cast<__m64*>(row(p, step, 1)), _mm_castsi128_ps(v));
+    } else if constexpr (BW == 4) {
+        scatter4(p, step, v, std::make_integer_sequence<int, G>());
+    } else {
+        scatter2(p, step, v, std::make_integer_sequence<int, G>());
+    }
+}
+
+// Runs op(src1 register, src2 register) -> dst register over a block of
+// H rows of BW bytes; rows wider than 16 bytes are split into 16-byte columns.
+template <int BW, int H, class Op>
+inline void forBlock(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, Op op) {
+    if constexpr (BW > 16) {
+        forBlock<16, H>(a, as, b, bs, d, ds, op);
+        forBlock<BW - 16, H>(a + 16, as, b + 16, bs, d + 16, ds, op);
+    } else {
+        constexpr int G = rowsPerReg<BW, H>();
+#pragma GCC unroll 16
+        for (int y = 0; y < H; y += G) {
+            __m128i r = op.template apply<BW * G>(gather<BW, G>(row(a, as, y), as), gather<BW, G>(row(b, bs, y), bs));
+            scatter<BW, G>(row(d, ds, y), ds, r);
+        }
+    }
+}
+
+// ---------------------------------------------------------------- arithmetic
+// Scalar parameters of one call, turned into broadcast registers by the ops.
+struct Params {
+    int w1, w2;  // weights (the pmaddubsw form packs w1 and the rounding term as bytes)
+    int k;       // rounding term plus offset << shift (or the rounding term alone)
+    int shift;
+    int offset;  // added after the shift; 0 when folded into k
+    int maxValue;
+};
+
+// 8-bit single prediction, -128 <= w <= 127, shift <= 7, 16-bit offset.
+struct UniBytes {
+    __m128i wr, one, shift, offset;
+    explicit UniBytes(const Params& p)
+        : wr(_mm_set1_epi16(static_cast<short>((p.w1 & 0xFF) | (p.k << 8)))),
+          one(_mm_set1_epi8(1)),
+          shift(_mm_cvtsi32_si128(p.shift)),
+          offset(_mm_set1_epi16(static_cast<short>(p.offset))) {}
+    __m128i half(__m128i pairs) const {
+        return _mm_adds_epi16(_mm_sra_epi16(_mm_maddubs_epi16(pairs, wr), shift), offset);
+    }
+    template <int N>
+    __m128i apply(__m128i s, __m128i) const {
+        __m128i lo = half(_mm_unpacklo_epi8(s, one));
+        __m128i hi = N > 8 ? half(_mm_unpackhi_epi8(s, one)) : lo;
+        return _mm_packus_epi16(lo, hi);
+    }
+};
+
+// 8-bit weighted sum of two predictions in 16 bits: pmaddubsw of (s1, s2)
+// byte pairs with (w1, w2) bytes, exact when the caller has proved that no
+// sum plus k can leave 16 bits; then psraw, [paddsw offset,] packuswb.
+template <bool kOffset>
+struct BiBytes {
+    __m128i w, k, shift, offset;
+    explicit BiBytes(const Params& p)
+        : w(_mm_set1_epi16(static_cast<short>((p.w1 & 0xFF) | ((p.w2 & 0xFF) << 8)))),
+          k(_mm_set1_epi16(static_cast<short>(p.k))),
+          shift(_mm_cvtsi32_si128(p.shift)),
+          offset(_mm_set1_epi16(static_cast<short>(p.offset))) {}
+    __m128i half(__m128i pairs) const {
+        __m128i v = _mm_sra_epi16(_mm_add_epi16(_mm_maddubs_epi16(pairs, w), k), shift);
+        if constexpr (kOffset) v = _mm_adds_epi16(v, offset);
+        return v;
+    }
+    template <int N>
+    __m128i apply(__m128i s1, __m128i s2) const {
+        __m128i lo = half(_mm_unpacklo_epi8(s1, s2));
+        __m128i hi = N > 8 ? half(_mm_unpackhi_epi8(s1, s2)) : lo;
+        return _mm_packus_epi16(lo, hi);
+    }
+};
+
+// Weighted sum of two predictions in 32 bits: (s1 * w1 + s2 * w2 + k) >> shift [+ offset].
+template <bool kOffset>
+struct Pairs {
+    __m128i w, k, shift, offset;
+    explicit Pairs(const Params& p)
+        : w(_mm_set1_epi32(static_cast<int>((static_cast<uint32_t>(p.w2) << 16) | (p.w1 & 0xFFFF)))),
+          k(_mm_set1_epi32(p.k)),
+          shift(_mm_cvtsi32_si128(p.shift)),
+          offset(_mm_set1_epi32(p.offset)) {}
+    // Four (s1, s2) word pairs -> four 32-bit results.
+    __m128i quad(__m128i pairs) const {
+        __m128i v = _mm_sra_epi32(_mm_add_epi32(_mm_madd_epi16(pairs, w), k), shift);
+        if constexpr (kOffset) v = _mm_add_epi32(v, offset);
+        return v;
+    }
+};
+
+template <bool kOffset>
+struct Bi8 : Pairs<kOffset> {
+    using Pairs<kOffset>::Pairs;
+    using Pairs<kOffset>::quad;
+    // Eight interleaved byte pairs -> eight 16-bit results.
+    __m128i octet(__m128i bytePairs) const {
+        return _mm_packs_epi32(quad(_mm_cvtepu8_epi16(bytePairs)),
+                               quad(_mm_unpackhi_epi8(bytePairs, _mm_setzero_si128())));
+    }
+    template <int N>
+    __m128i apply(__m128i s1, __m128i s2) const {
+        __m128i lo = octet(_mm_unpacklo_epi8(s1, s2));
+        __m128i hi = N > 8 ? octet(_mm_unpackhi_epi8(s1, s2)) : lo;
+        return _mm_packus_epi16(lo, hi);
+    }
+};
+
+struct Bi16 : Pairs<false> {
+    __m128i maxValue;
+    explicit Bi16(const Params& p) : Pairs<false>(p), maxValue(_mm_set1_epi16(static_cast<short>(p.maxValue))) {}
+    template <int N>
+    __m128i apply(__m128i s1, __m128i s2) const {
+        __m128i lo = quad(_mm_unpacklo_epi16(s1, s2));
+        __m128i hi = N > 8 ? quad(_mm_unpackhi_epi16(s1, s2)) : lo;
+        return _mm_min_epu16(_mm_packus_epi32(lo, hi), maxValue);
+    }
+};
+
+struct Avg16 {
+    explicit Avg16(const Params&) {}
+    template <int N>
+    __m128i apply(__m128i s1, __m128i s2) const {
+        return _mm_avg_epu16(s1, s2);
+    }
+};
+
+// ---------------------------------------------------------------- kernels and dispatch
+using Kernel = void (*)(const Mox8u*, int, const Mox8u*, int, Mox8u*, int, const Params&);
+
+template <class Op, int W, int H, class T>
+MOX_OUT_OF_LINE void kernel(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, const Params& p) {
+    forBlock<W * static_cast<int>(sizeof(T)), H>(a, as, b, bs, d, ds, Op(p));
+}
+
+template <class Op, class T, int... I>
+constexpr std::array<Kernel, 16> makeTable(std::integer_sequence<int, I...>) {
+    return {kernel<Op, 2 << (I / 4), 2 << (I % 4), T>...};
+}
+
+// Index 4 * width class + height class, sizes 2, 4, 8, 16 -> class 0..3.
+template <class Op, class T>
+constexpr std::array<Kernel, 16> kTable = makeTable<Op, T>(std::make_integer_sequence<int, 16>());
+
+constexpr bool sizeOk(int v) { return v >= 2 && v <= 16 && (v & (v - 1)) == 0; }
+inline int sizeIndex(MoxiSize s) { return 4 * (__builtin_ctz(s.width) - 1) + __builtin_ctz(s.height) - 1; }
+
+template <class Op, class T>
+inline void run(const void* a, int as, const void* b, int bs, void* d, int ds, MoxiSize size, const Params& p) {
+    kTable<Op, T>[sizeIndex(size)](static_cast<const Mox8u*>(a), as, static_cast<const Mox8u*>(b), bs,
+                                   static_cast<Mox8u*>(d), ds, p);
+}
+
+// A weighted sum of two 8-bit blocks: (s1 * w1 + s2 * w2 + round) >> shift, plus offset, clamped.
+// In 16 bits when the weights are bytes and the sums provably fit (all H.264
+// cases but weights summing past 128), else in 32 bits. The offset joins the
+// rounding term whenever that cannot overflow.
+void weightPairs8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, MoxiSize size, int w1, int w2,
+                   int64_t round, int shift, int64_t offset) {
+    const int64_t k = round + offset * (int64_t{1} << shift);
+    if (w1 >= -128 && w1 <= 127 && w2 >= -128 && w2 <= 127) {
+        const int64_t most = 255 * (int64_t{w1 > 0 ? w1 : 0} + (w2 > 0 ? w2 : 0));
+        const int64_t least = 255 * (int64_t{w1 < 0 ? w1 : 0} + (w2 < 0 ? w2 : 0));
+        // Both the pmaddubsw sum itself and the sum plus the added constant must fit.
+        auto fits = [&](int64_t add) {
+            return most + (add > 0 ? add : 0) <= 32767 && least + (add < 0 ? add : 0) >= -32768;
+        };
+        if (fits(k)) {
+            run<BiBytes<false>, Mox8u>(a, as, b, bs, d, ds, size, Params{w1, w2, static_cast<int>(k), shift, 0, 255});
+            return;
+        }
+        if (fits(round) && offset >= -32768 && offset <= 32767) {
+            run<BiBytes<true>, Mox8u>(a, as, b, bs, d, ds, size,
+                                      Params{w1, w2, static_cast<int>(round), shift, static_cast<int>(offset), 255});
+            return;
+        }
+    }
+    constexpr int64_t kMaxSum = 2 * 255 * 32768;  // |s1 * w1 + s2 * w2| with 16-bit weights
+    const int64_t limit = std::numeric_limits<int32_t>::max() - kMaxSum;
+    if (k >= -limit && k <= limit) {
+        Params p{w1, w2, static_cast<int>(k), shift, 0, 255};
+        run<Bi8<false>, Mox8u>(a, as, b, bs, d, ds, size, p);
+    } else {
+        Params p{w1, w2, static_cast<int>(round), shift, static_cast<int>(offset), 255};
+        run<Bi8<true>, Mox8u>(a, as, b, bs, d, ds, size, p);
+    }
+}
+
+inline int clampShift(int64_t s) { return s < 0 ? 0 : (s > kMaxShift ? kMaxShift : static_cast<int>(s)); }
+inline int64_t roundingTerm(int shift) { return shift > 0 ? int64_t{1} << (shift - 1) : 0; }
+
+void uniWeight8u(Mox8u* p, int step, Mox32u ulog2wd, int w, int offset, MoxiSize size) {
+    const int shift = clampShift(ulog2wd);
+    const int64_t r = roundingTerm(shift);
+    if (w >= -128 && w <= 127 && shift <= 7 && offset >= -32768 && offset <= 32767) {
+        run<UniBytes, Mox8u>(p, step, p, step, p, step, size, Params{w, 0, static_cast<int>(r), shift, offset, 255});
+    } else {
+        weightPairs8u(p, step, p, step, p, step, size, w, 0, r, shift, offset);
+    }
+}
+
+void biWeight8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, Mox32u ulog2wd, int w1, int o1,
+                int w2, int o2, MoxiSize size) {
+    const int log2wd = clampShift(ulog2wd > kMaxShift - 1 ? kMaxShift - 1 : ulog2wd);
+    weightPairs8u(a, as, b, bs, d, ds, size, w1, w2, int64_t{1} << log2wd, log2wd + 1, (int64_t{o1} + o2 + 1) >> 1);
+}
+
+void implicit8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, int w1, int w2, MoxiSize size) {
+    weightPairs8u(a, as, b, bs, d, ds, size, w1, w2, 32, 6, 0);
+}
+
+// A Mox32u step is a signed byte distance once it has passed the unsigned check.
+inline int signedStep(Mox32u step) { return static_cast<int>(step); }
+
+}  // namespace
+
+// ---------------------------------------------------------------- 8-bit entry points
+
+MOX_FN moxiUniDirWeightBlock_H264_8u_C1R(Mox8u* pSrcDst, Mox32u srcDstStep, Mox32u ulog2wd, Mox32s iWeight,
+                                         Mox32s iOffset, MoxiSize roiSize) {
+    MOX_CHECK_PTRS(pSrcDst);
+    MOX_CHECK(srcDstStep >= static_cast<Mox32u>(roiSize.width), moxStsStepErr);
+    MOX_CHECK(sizeOk(roiSize.width) && sizeOk(roiSize.height), moxStsSizeErr);
+    uniWeight8u(pSrcDst, signedStep(srcDstStep), ulog2wd, iWeight, iOffset, roiSize);
+    return moxStsNoErr;
+}
+
+MOX_FN moxiUniDirWeightBlock_H264_8u_C1IR(Mox8u* pSrcDst, Mox32u srcDstStep, Mox32u ulog2wd, Mox32s iWeight,
+                                          Mox32s iOffset, MoxiSize roiSize) {
+    return moxiUniDirWeightBlock_H264_8u_C1R(pSrcDst, srcDstStep, ulog2wd, iWeight, iOffset, roiSize);
+}
+
+MOX_FN moxiBiDirWeightBlock_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep1,
+                                          Mox32u srcStep2, Mox32u dstStep, Mox32u ulog2wd, Mox32s iWeight1,
+                                          Mox32s iOffset1, Mox32s iWeight2, Mox32s iOffset2, MoxiSize roiSize) {
+    MOX_CHECK_PTRS(pSrc1, pSrc2, pDst);
+    const Mox32u w = static_cast<Mox32u>(roiSize.width);
+    MOX_CHECK(srcStep1 >= w && srcStep2 >= w && dstStep >= w, moxStsStepErr);
+    MOX_CHECK(sizeOk(roiSize.width) && sizeOk(roiSize.height), moxStsSizeErr);
+    biWeight8u(pSrc1, signedStep(srcStep1), pSrc2, signedStep(srcStep2), pDst, signedStep(dstStep), ulog2wd, iWeight1,
+               iOffset1, iWeight2, iOffset2, roiSize);
+    return moxStsNoErr;
+}
+
+MOX_FN moxiBiDirWeightBlock_H264_8u_P2P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep,
+                                          Mox32u dstStep, Mox32u ulog2wd, Mox32s iWeight1, Mox32s iOffset1,
+                                          Mox32s iWeight2, Mox32s iOffset2, MoxiSize roiSize) {
+    return moxiBiDirWeightBlock_H264_8u_P3P1R(pSrc1, pSrc2, pDst, srcStep, srcStep, dstStep, ulog2wd, iWeight1,
+                                              iOffset1, iWeight2, iOffset2, roiSize);
+}
+
+MOX_FN moxiBiDirWeightBlockImplicit_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst,
+                                                  Mox32u srcStep1, Mox32u srcStep2, Mox32u dstStep, Mox32s iWeight1,
+                                                  Mox32s iWeight2, MoxiSize roiSize) {
+    MOX_CHECK_PTRS(pSrc1, pSrc2, pDst);
+    const Mox32u w = static_cast<Mox32u>(roiSize.width);
+    MOX_CHECK(srcStep1 >= w && srcStep2 >= w && dstStep >= w, moxStsStepErr);
+    MOX_CHECK(sizeOk(roiSize.width) && sizeOk(roiSize.height), moxStsSizeErr);
+    implicit8u(pSrc1, signedStep(srcStep1), pSrc2, signedStep(srcStep2), pDst, signedStep(dstStep), iWeight1, iWeight2,
+               roiSize);
+    return moxStsNoErr;
+}
+
+MOX_FN moxiBiDirWeightBlockImplicit_H264_8u_P2P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep,
+                                                  Mox32u dstStep, Mox32s iWeight1, Mox32s iWeight2,
+                                                  MoxiSize roiSize) {
+    return moxiBiDirWeightBlockImplicit_H264_8u_P3P1R(pSrc1, pSrc2, pDst, srcStep, srcStep, dstStep, iWeight1, iWeight2,
+                                                      roiSize);
+}
+
+MOX_FN moxiWeightedAverage_H264_8u_C1IR(const Mox8u* pSrc1, Mox8u* pSrcDst, Mox32s srcDstStep, Mox32s iWeight1,
+                                        Mox32s iWeight2, Mox32s ulog2wd, Mox32s iOffset, MoxiSize roiSize) {
+    MOX_CHECK_PTRS(pSrc1, pSrcDst);
+    MOX_CHECK(srcDstStep >= roiSize.width, moxStsStepErr);
+    MOX_CHECK(sizeOk(roiSize.width) && sizeOk(roiSize.height), moxStsSizeErr);
+    const int shift = clampShift(ulog2wd);
+    weightPairs8u(pSrc1, srcDstStep, pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize, iWeight1, iWeight2,
+                  roundingTerm(shift), shift, iOffset);
+    return moxStsNoErr;
+}
+
+// ---------------------------------------------------------------- 16-bit entry points
+
+namespace {
+
+inline bool stepOk(Mox32s step, int width) {
+    const int64_t s = step;
+    return (s < 0 ? -s : s) >= 2 * int64_t{width};
+}
+
+// Checks shared by the 16-bit forms after the pointers: steps, size, bit depth.
+inline MoxStatus checkBlock16u(const MoxWeightBlock_H264_16u& b, bool twoSources) {
+    const int w = b.roiSize.width;
+    MOX_CHECK(stepOk(b.srcStep1, w) && (!twoSources || stepOk(b.srcStep2, w)) && stepOk(b.dstStep, w),
+              moxStsStepErr);
+    MOX_CHECK(sizeOk(b.roiSize.width) && sizeOk(b.roiSize.height), moxStsSizeErr);
+    MOX_CHECK(b.bitDepth >= 8 && b.bitDepth <= 14, moxStsOutOfRangeErr);
+    return moxStsNoErr;
+}
+
+template <class Op>
+inline void run16u(const MoxWeightBlock_H264_16u& b, const Mox16u* src2, int src2Step, const Params& p) {
+    run<Op, Mox16u>(b.pSrc1, b.srcStep1, src2, src2Step, b.pDst, b.dstStep, b.roiSize, p);
+}
+
+inline int maxValue(const MoxWeightBlock_H264_16u& b) { return (1 << b.bitDepth) - 1; }
+
+// With samples below 2^14, 16-bit weights, log2wd <= 7 and offsets within 2^20,
+// the folded constant and the sum stay inside 32 bits.
+inline int foldedK(int64_t round, int shift, int64_t offset) {
+    return static_cast<int>(round + offset * (int64_t{1} << shift));
+}
+
+}  // namespace
+
+MOX_FN moxiBidir_H264_16u_P2P1R(const MoxWeightBlock_H264_16u* pBlock) {
+    MOX_CHECK_PTRS(pBlock);
+    MOX_CHECK_PTRS(pBlock->pSrc1, pBlock->pSrc2, pBlock->pDst);
+    if (MoxStatus s = checkBlock16u(*pBlock, true)) return s;
+    run16u<Avg16>(*pBlock, pBlock->pSrc2, pBlock->srcStep2, Params{});
+    return moxStsNoErr;
+}
+
+MOX_FN moxiBidirWeight_H264_16u_P2P1R(const MoxWeightBlock_H264_16u* pBlock, const MoxWeightParams_H264* pWeights) {
+    MOX_CHECK_PTRS(pBlock);
+    MOX_CHECK_PTRS(pBlock->pSrc1, pBlock->pSrc2, pBlock->pDst, pWeights);
+    if (MoxStatus s = checkBlock16u(*pBlock, true)) return s;
+    const MoxWeightParams_H264& w = *pWeights;
+    MOX_CHECK(w.log2wd >= 0 && w.log2wd <= 7, moxStsOutOfRangeErr);
+    const int k = foldedK(int64_t{1} << w.log2wd, w.log2wd + 1, (int64_t{w.offset1} + w.offset2 + 1) >> 1);
+    run16u<Bi16>(*pBlock, pBlock->pSrc2, pBlock->srcStep2,
+                 Params{w.weight1, w.weight2, k, w.log2wd + 1, 0, maxValue(*pBlock)});
+    return moxStsNoErr;
+}
+
+MOX_FN moxiBidirWeightImplicit_H264_16u_P2P1R(const MoxWeightBlock_H264_16u* pBlock,
+                                              const MoxWeightParams_H264* pWeights) {
+    MOX_CHECK_PTRS(pBlock);
+    MOX_CHECK_PTRS(pBlock->pSrc1, pBlock->pSrc2, pBlock->pDst, pWeights);
+    if (MoxStatus s = checkBlock16u(*pBlock, true)) return s;
+    run16u<Bi16>(*pBlock, pBlock->pSrc2, pBlock->srcStep2,
+                 Params{pWeights->weight1, pWeights->weight2, 32, 6, 0, maxValue(*pBlock)});
+    return moxStsNoErr;
+}
+
+MOX_FN moxiUnidirWeight_H264_16u_IP2P1R(const MoxWeightBlock_H264_16u* pBlock, const MoxWeightParams_H264* pWeights) {
+    MOX_CHECK_PTRS(pBlock);
+    MOX_CHECK_PTRS(pBlock->pSrc1, pBlock->pDst, pWeights);
+    if (MoxStatus s = checkBlock16u(*pBlock, false)) return s;
+    const MoxWeightParams_H264& w = *pWeights;
+    MOX_CHECK(w.log2wd >= 0 && w.log2wd <= 7, moxStsOutOfRangeErr);
+    // The second source of the pair is the first again, with weight 0.
+    const int k = foldedK(roundingTerm(w.log2wd), w.log2wd, w.offset1);
+    run16u<Bi16>(*pBlock, pBlock->pSrc1, pBlock->srcStep1, Params{w.weight1, 0, k, w.log2wd, 0, maxValue(*pBlock)});
+    return moxStsNoErr;
+}
