@@ -1,5 +1,6 @@
 // SSE4.1 load/store helpers for the block kernels: rows of 2, 4, 8 or 16
-// bytes, unaligned, through signed steps.
+// bytes, unaligned, through signed steps, and short rows gathered into one
+// register.
 #pragma once
 
 #include <smmintrin.h>
@@ -36,6 +37,16 @@ inline void store(void* p, __m128i v) {
         uint32_t x = static_cast<uint32_t>(_mm_cvtsi128_si32(v));
         std::memcpy(p, &x, bytes);
     }
+}
+
+// Two 8-byte rows in one register, the first in the low half (movq + movhps).
+inline __m128i load8x2(const void* lo, const void* hi) {
+    return _mm_castps_si128(_mm_loadh_pi(_mm_castsi128_ps(load<8>(lo)), static_cast<const __m64*>(hi)));
+}
+
+// Four 4-byte rows in one register, the first in the lowest lanes.
+inline __m128i load4x4(const void* a, const void* b, const void* c, const void* d) {
+    return _mm_unpacklo_epi64(_mm_unpacklo_epi32(load<4>(a), load<4>(b)), _mm_unpacklo_epi32(load<4>(c), load<4>(d)));
 }
 
 }  // namespace mox::simd
