@@ -408,6 +408,52 @@ MOXAPI MoxStatus moxiBidirWeightImplicit_H264_16u_P2P1R(const MoxWeightBlock_H26
 /* Explicit single prediction of pSrc1 into pDst, the formula of moxiUniDirWeightBlock_H264_8u_C1R. */
 MOXAPI MoxStatus moxiUnidirWeight_H264_16u_IP2P1R(const MoxWeightBlock_H264_16u* pBlock, const MoxWeightParams_H264* pWeights);
 
+/* ================================================================== H.264 luma and chroma interpolation */
+/* Block form record: picture planes at the top-left sample, picture and block size, block position, vector. */
+typedef struct {
+    const Mox8u* pSrc[2];   /* luma: [0]; chroma: U, V (C2P2R block form: [0] interleaved U/V) */
+    Mox32s srcStep;
+    Mox8u* pDst[2];         /* luma: [0]; chroma: U, V */
+    Mox32s dstStep;
+    MoxiSize sizeFrame;     /* picture width and height in samples of this plane */
+    MoxiSize sizeBlock;
+    struct { Mox32s x, y; } pointBlockPos;
+    struct { Mox32s x, y; } pointVector; /* quarter (luma) or eighth (chroma) samples */
+} MoxVCInterpolateBlock_8u;
+
+/* Luma at quarter-sample position (dx, dy) 0..3; width 4/8/16 (and sums), height a multiple of 4. */
+MOXAPI MoxStatus moxiInterpolateLuma_H264_8u_C1R(const Mox8u* pSrc, Mox32s srcStep, Mox8u* pDst, Mox32s dstStep, Mox32s dx, Mox32s dy, MoxiSize roiSize);
+/* Chroma at eighth-sample position (dx, dy) 0..7; width 2/4/8 (and sums), even height. */
+MOXAPI MoxStatus moxiInterpolateChroma_H264_8u_C1R(const Mox8u* pSrc, Mox32s srcStep, Mox8u* pDst, Mox32s dstStep, Mox32s dx, Mox32s dy, MoxiSize roiSize);
+/* Chroma from an interleaved U/V source (roiSize in chroma samples) into two planes. */
+MOXAPI MoxStatus moxiInterpolateChroma_H264_8u_C2P2R(const Mox8u* pSrc, Mox32s srcStep, Mox8u* pDstU, Mox8u* pDstV, Mox32s dstStep, Mox32s dx, Mox32s dy, MoxiSize roiSize);
+/* Luma block at pointBlockPos moved by pointVector; picture edge samples repeat outside sizeFrame. */
+MOXAPI MoxStatus moxiInterpolateLumaBlock_H264_8u_P1R(const MoxVCInterpolateBlock_8u* pParams);
+/* Both chroma planes (pSrc[0..1] into pDst[0..1]) of a block, vector in eighth samples, edges repeated. */
+MOXAPI MoxStatus moxiInterpolateChromaBlock_H264_8u_P2R(const MoxVCInterpolateBlock_8u* pParams);
+/* As the P2R form from an interleaved U/V picture pSrc[0] (sizeFrame in chroma samples). */
+MOXAPI MoxStatus moxiInterpolateChromaBlock_H264_8u_C2P2R(const MoxVCInterpolateBlock_8u* pParams);
+/* Luma whose top row lies outPixels rows above the picture's first row (negative: below it); rows above repeat it. */
+MOXAPI MoxStatus moxiInterpolateLumaTop_H264_8u_C1R(const Mox8u* pSrc, Mox32s srcStep, Mox8u* pDst, Mox32s dstStep, Mox32s dx, Mox32s dy, Mox32s outPixels, MoxiSize roiSize);
+/* Luma whose bottom row lies outPixels rows below the picture's last row (negative: above it); rows below repeat it. */
+MOXAPI MoxStatus moxiInterpolateLumaBottom_H264_8u_C1R(const Mox8u* pSrc, Mox32s srcStep, Mox8u* pDst, Mox32s dstStep, Mox32s dx, Mox32s dy, Mox32s outPixels, MoxiSize roiSize);
+/* Chroma counterparts of the two above (eighth-sample dx, dy; chroma sizes). */
+MOXAPI MoxStatus moxiInterpolateChromaTop_H264_8u_C1R(const Mox8u* pSrc, Mox32s srcStep, Mox8u* pDst, Mox32s dstStep, Mox32s dx, Mox32s dy, Mox32s outPixels, MoxiSize roiSize);
+MOXAPI MoxStatus moxiInterpolateChromaBottom_H264_8u_C1R(const Mox8u* pSrc, Mox32s srcStep, Mox8u* pDst, Mox32s dstStep, Mox32s dx, Mox32s dy, Mox32s outPixels, MoxiSize roiSize);
+
+/* 16-bit plain form record; steps in samples. */
+typedef struct {
+    const Mox16u* pSrc;
+    Mox32s srcStep;
+    Mox16u* pDst;
+    Mox32s dstStep;
+    Mox32s dx, dy;          /* quarter-sample position 0..3 */
+    MoxiSize roiSize;
+} MoxVCInterpolate_16u;
+
+/* 16-bit luma, samples below 1 << bitDepth (8..14) and clamped to it; sizes 4/8/16 each, not 4x16 or 16x4. */
+MOXAPI MoxStatus moxiInterpolateLuma_H264_16u_C1R(const MoxVCInterpolate_16u* pParams, Mox32s bitDepth);
+
 #ifdef __cplusplus
 }
 #endif
