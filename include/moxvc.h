@@ -358,6 +358,74 @@ MOXAPI MoxStatus moxiDequantTransformResidual_SISP_H264_16s_C1I(Mox16s* pSrcDst,
 /* SP/SI chroma DC: pDCPredict holds the DCs of the 4 transformed prediction blocks; as above on their 2x2 transform with /32 and shift 16 + QS/6, then as moxiTransformDequantChromaDC with QS. */
 MOXAPI MoxStatus moxiTransformDequantChromaDC_SISP_H264_16s_C1I(Mox16s* pSrcDst, const Mox16s* pDCPredict, int QP, int QS, int switchFlag);
 
+/* ================================================================== H.264 deblocking filters
+ * In-place filtering of one macroblock's edges with caller-derived strengths and thresholds.
+ * pBs: 4 strengths per edge (pBs[4e + i] covers luma rows/columns 4i..4i+3 of edge e, edge 0 the macroblock
+ * boundary): 0 skips the group, 4 filters strong, any other value normally. pAlpha[0]/pBeta[0] serve edge 0,
+ * pAlpha[1]/pBeta[1] the inner edges; pThresholds holds tc0 laid out as pBs. 4:2:0 chroma edge c (0, 1) uses
+ * pAlpha[c], pBeta[c], strengths pBs[8c + i] and tc0 pThresholds[4c + i], each for 2 chroma lines. Only null
+ * pointers are reported (moxStsNullPtrErr); no value is range-checked. */
+
+/* The record of the 4:2:2 and 16-bit forms (8-bit 4:2:2 forms take MoxiFilterDeblock_8u, which has no bitDepth). */
+typedef struct {
+    Mox16u* pSrcDstPlane;         /* the macroblock's top-left sample */
+    Mox32s srcDstStep;            /* samples between rows */
+    const Mox16u* pAlpha;
+    const Mox16u* pBeta;
+    const Mox16u* pThresholds;
+    const Mox8u* pBs;
+    Mox32s bitDepth;              /* results of the normal filter are clamped to 0..(1 << bitDepth) - 1 */
+} MoxiFilterDeblock_16u;
+typedef struct {
+    Mox8u* pSrcDstPlane;          /* the macroblock's top-left sample */
+    Mox32s srcDstStep;            /* samples (bytes) between rows */
+    const Mox8u* pAlpha;
+    const Mox8u* pBeta;
+    const Mox8u* pThresholds;
+    const Mox8u* pBs;
+} MoxiFilterDeblock_8u;
+
+/* Luma vertical edges x = 0, 4, 8, 12 over 16 rows. */
+MOXAPI MoxStatus moxiFilterDeblockingLuma_VerEdge_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, const Mox8u* pAlpha, const Mox8u* pBeta, const Mox8u* pThresholds, const Mox8u* pBs);
+/* Luma horizontal edges y = 0, 4, 8, 12 over 16 columns. */
+MOXAPI MoxStatus moxiFilterDeblockingLuma_HorEdge_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, const Mox8u* pAlpha, const Mox8u* pBeta, const Mox8u* pThresholds, const Mox8u* pBs);
+/* Luma left edge of one field macroblock, 8 rows: row r uses pBs[r/2], pThresholds[r/2]; alpha 0 returns at once. */
+MOXAPI MoxStatus moxiFilterDeblockingLuma_VerEdge_MBAFF_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32u alpha, Mox32u beta, const Mox8u* pThresholds, const Mox8u* pBs);
+/* 4:2:0 chroma plane, vertical edges x = 0, 4 over 8 rows. */
+MOXAPI MoxStatus moxiFilterDeblockingChroma_VerEdge_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, const Mox8u* pAlpha, const Mox8u* pBeta, const Mox8u* pThresholds, const Mox8u* pBs);
+/* 4:2:0 chroma plane, horizontal edges y = 0, 4 over 8 columns. */
+MOXAPI MoxStatus moxiFilterDeblockingChroma_HorEdge_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, const Mox8u* pAlpha, const Mox8u* pBeta, const Mox8u* pThresholds, const Mox8u* pBs);
+/* Interleaved U/V plane (16 bytes per macroblock row), vertical edges at chroma x = 0, 4, both components alike. */
+MOXAPI MoxStatus moxiFilterDeblockingChroma_VerEdge_H264_8u_C2IR(Mox8u* pSrcDst, Mox32s srcdstStep, const Mox8u* pAlpha, const Mox8u* pBeta, const Mox8u* pThresholds, const Mox8u* pBs);
+/* Interleaved U/V plane, horizontal edges y = 0, 4, both components alike. */
+MOXAPI MoxStatus moxiFilterDeblockingChroma_HorEdge_H264_8u_C2IR(Mox8u* pSrcDst, Mox32s srcdstStep, const Mox8u* pAlpha, const Mox8u* pBeta, const Mox8u* pThresholds, const Mox8u* pBs);
+/* Chroma left edge of one field macroblock, 4 rows: row r uses pBs[r], pThresholds[r]; alpha 0 returns at once. */
+MOXAPI MoxStatus moxiFilterDeblockingChroma_VerEdge_MBAFF_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32u alpha, Mox32u beta, const Mox8u* pThresholds, const Mox8u* pBs);
+/* 4:2:2 chroma, vertical edges x = 0, 4 over 16 rows: edge c uses pBs[8c + row/4], pThresholds[4c + row/4]. */
+MOXAPI MoxStatus moxiFilterDeblockingChroma422VerEdge_H264_8u_C1IR(const MoxiFilterDeblock_8u* pDeblockInfo);
+/* 4:2:2 chroma, horizontal edges y = 0, 4, 8, 12 over 8 columns: edge e uses pAlpha/pBeta[min(e,1)], pBs[4e + x/2], pThresholds[4e + x/2]; strong as a whole when pBs[4e] is 4. */
+MOXAPI MoxStatus moxiFilterDeblockingChroma422HorEdge_H264_8u_C1IR(const MoxiFilterDeblock_8u* pDeblockInfo);
+/* Declared only: always moxStsNotImplementedErr. */
+MOXAPI MoxStatus moxiFilterDeblockingChroma422VerEdgeMBAFF_H264_8u_C1IR(const MoxiFilterDeblock_8u* pDeblockInfo);
+/* 16-bit luma vertical edges, as the 8-bit form. */
+MOXAPI MoxStatus moxiFilterDeblockingLumaVerEdge_H264_16u_C1IR(const MoxiFilterDeblock_16u* pDeblockInfo);
+/* 16-bit luma horizontal edges, as the 8-bit form. */
+MOXAPI MoxStatus moxiFilterDeblockingLumaHorEdge_H264_16u_C1IR(const MoxiFilterDeblock_16u* pDeblockInfo);
+/* 16-bit luma left edge of a field macroblock, 8 rows, pAlpha[0]/pBeta[0]; pAlpha[0] 0 returns at once. */
+MOXAPI MoxStatus moxiFilterDeblockingLumaVerEdgeMBAFF_H264_16u_C1IR(const MoxiFilterDeblock_16u* pDeblockInfo);
+/* 16-bit 4:2:0 chroma vertical edges, as the 8-bit plane form. */
+MOXAPI MoxStatus moxiFilterDeblockingChromaVerEdge_H264_16u_C1IR(const MoxiFilterDeblock_16u* pDeblockInfo);
+/* 16-bit 4:2:0 chroma horizontal edges, as the 8-bit plane form. */
+MOXAPI MoxStatus moxiFilterDeblockingChromaHorEdge_H264_16u_C1IR(const MoxiFilterDeblock_16u* pDeblockInfo);
+/* 16-bit chroma left edge of a field macroblock, 4 rows, as the 8-bit form with pAlpha[0]/pBeta[0]. */
+MOXAPI MoxStatus moxiFilterDeblockingChromaVerEdgeMBAFF_H264_16u_C1IR(const MoxiFilterDeblock_16u* pDeblockInfo);
+/* 16-bit 4:2:2 chroma vertical edges, as the 8-bit 4:2:2 form. */
+MOXAPI MoxStatus moxiFilterDeblockingChroma422VerEdge_H264_16u_C1IR(const MoxiFilterDeblock_16u* pDeblockInfo);
+/* 16-bit 4:2:2 chroma horizontal edges, as the 8-bit 4:2:2 form. */
+MOXAPI MoxStatus moxiFilterDeblockingChroma422HorEdge_H264_16u_C1IR(const MoxiFilterDeblock_16u* pDeblockInfo);
+/* Declared only: always moxStsNotImplementedErr. */
+MOXAPI MoxStatus moxiFilterDeblockingChroma422VerEdgeMBAFF_H264_16u_C1IR(const MoxiFilterDeblock_16u* pDeblockInfo);
+
 /* ================================================================== H.264 weighted prediction
  * One prediction block of width and height each from {2, 4, 8, 16}. Checks: null pointers, steps, size
  * (moxStsSizeErr for any other size). The Mox32u steps are compared unsigned with the width and then used as
