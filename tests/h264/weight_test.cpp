@@ -177,7 +177,9 @@ std::vector<std::pair<const char*, Call8u>> calls8u() {
 
 TEST(WeightH264, ChecksInOrderAndWriteNothingOnFailure) {
     Guarded<Mox8u> a(16, 16), b(16, 16), d(16, 16, {16, 0, false}, 0x11);
-    for (auto& [name, call] : calls8u()) {
+    for (auto& entry : calls8u()) {
+        const char* name = entry.first;
+        const Call8u& call = entry.second;
         SCOPED_TRACE(name);
         // Null pointers come before a bad step and a bad size.
         expectUntouched(moxStsNullPtrErr, [&] { return call(a.ptr(), b.ptr(), nullptr, 16, 1, {16, 6}); }, {d});
@@ -203,7 +205,9 @@ TEST(WeightH264, StepCompareSignedness) {
     // The Mox32u steps compare unsigned: a negative width fails the step check first.
     // The weighted average compares signed, so the size check reports it.
     Guarded<Mox8u> a(16, 16), d(16, 16);
-    for (auto& [name, call] : calls8u()) {
+    for (auto& entry : calls8u()) {
+        const char* name = entry.first;
+        const Call8u& call = entry.second;
         SCOPED_TRACE(name);
         MoxStatus want = std::string(name) == "WeightedAverage" ? moxStsSizeErr : moxStsStepErr;
         expectUntouched(want, [&] { return call(a.ptr(), a.ptr(), d.ptr(), 16, 16, {-4, 4}); }, {d});
@@ -280,7 +284,9 @@ TEST(WeightH264, Checks16uInOrder) {
         {"Implicit", moxiBidirWeightImplicit_H264_16u_P2P1R},
         {"Unidir", moxiUnidirWeight_H264_16u_IP2P1R},
     };
-    for (auto& [name, fn] : fns) {
+    for (auto& entry : fns) {
+        const char* name = entry.first;
+        const Fn& fn = entry.second;
         SCOPED_TRACE(name);
         const bool weighted = std::string(name) != "Bidir", uni = std::string(name) == "Unidir";
         auto expect = [&](MoxStatus st, MoxWeightBlock_H264_16u blk, const MoxWeightParams_H264* w) {
