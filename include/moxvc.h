@@ -358,6 +358,177 @@ MOXAPI MoxStatus moxiDequantTransformResidual_SISP_H264_16s_C1I(Mox16s* pSrcDst,
 /* SP/SI chroma DC: pDCPredict holds the DCs of the 4 transformed prediction blocks; as above on their 2x2 transform with /32 and shift 16 + QS/6, then as moxiTransformDequantChromaDC with QS. */
 MOXAPI MoxStatus moxiTransformDequantChromaDC_SISP_H264_16s_C1I(Mox16s* pSrcDst, const Mox16s* pDCPredict, int QP, int QS, int switchFlag);
 
+/* ================================================================== H.264 intra prediction and macroblock reconstruction
+ * availability (predictors), set bit = the neighbour may be used: 0x01 upper row, 0x02 left column,
+ * 0x20 upper-left sample, 0x40 upper-right row. A 4x4 mode that needs a missing neighbour reads it as
+ * 128 and returns moxStsIntraNeighbourWrn (11); the upper-right samples, when missing, repeat the fourth
+ * upper one. 16x16 and chroma modes that need a missing neighbour return moxStsIntraNeighbourErr (-117)
+ * and write nothing; DC never fails (128 with neither side).
+ * Modes: luma 4x4 / 8x8 0..8 (vertical, horizontal, DC, diagonal down-left, diagonal down-right,
+ * vertical-right, horizontal-down, vertical-left, horizontal-up); 16x16 0..3 (vertical, horizontal, DC,
+ * plane); chroma 0..3 (DC, horizontal, vertical, plane), DC per 4x4 sub-block. */
+
+/* One 4x4 block in place (step at least 4, else moxStsStepErr; mode 0..8). */
+MOXAPI MoxStatus moxiPredictIntra_4x4_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode, Mox32s availability);
+/* One 16x16 block in place (mode 0..3). */
+MOXAPI MoxStatus moxiPredictIntra_16x16_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode, Mox32s availability);
+/* One 8x8 4:2:0 chroma block in place (mode 0..3: DC, horizontal, vertical, plane). */
+MOXAPI MoxStatus moxiPredictIntraChroma8x8_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode, Mox32s availability);
+
+/* Macroblock reconstruction in place: each block is predicted (intra) or taken as it is (inter), then
+ * its residual is added with clamping.
+ * *ppSrcDstCoeff: the coded blocks back to back in reconstruction order, raster order inside a block
+ * (16 levels per 4x4 block, 16 for the Intra16x16 luma DC, 4 per 4:2:0 chroma DC, 8 per 4:2:2 chroma DC
+ * in coded order c0..c7, 64 per 8x8 block); advanced past the blocks consumed when the call succeeds.
+ * The levels themselves are not modified.
+ * cbp4x4, set bit = the block is in the stream: bit 0 Intra16x16 luma DC; bit 1 + k luma 4x4 block k
+ * (block index order: 8x8 quadrants in raster order, raster order inside each); bits 17, 18 U, V DC;
+ * 19..22 U and 23..26 V 4x4 blocks in raster order. cbp8x8: bit b for the 8x8 block b (raster order).
+ * edgeType, set bit = that neighbouring macroblock must not be used: 0x01 left, 0x04 top, 0x10 top-left,
+ * 0x20 top-right. Blocks 3, 7, 11, 13 and 15 of an Intra4x4 macroblock have no upper-right samples, block
+ * 5 has them only with neither 0x04 nor 0x20 set; in an Intra8x8 macroblock block 1's follow 0x20 alone,
+ * block 3 has none. Missing neighbours read as 128.
+ * Flat forms dequantise as moxiDequantTransformResidualAndAdd (luma DC as moxiTransformDequantLumaDC,
+ * chroma DC as moxiTransformDequantChromaDC). pQuantTable forms take the LevelScale of QP % 6 (16 values,
+ * 64 for 8x8) with the rules of moxiTransformQuantInvAddPred4x4 and moxiQuantLuma8x8Inv; their intra and
+ * chroma forms are lossless (residual added untransformed, accumulated down the columns after vertical
+ * and along the rows after horizontal intra prediction, across the whole 16x16 or chroma block for
+ * Intra16x16 and chroma) when bypassFlag is nonzero and the block's quantiser is 0.
+ * Checks: null pointers, then quantisers (QP 0..51, chroma 0..39), then modes; nothing is written on
+ * failure except where stated. */
+
+/* Intra4x4 luma, flat tables; moxStsIntraNeighbourWrn when a block's mode needed a missing neighbour; a mode above 8 is moxStsOutOfRangeErr. */
+MOXAPI MoxStatus moxiReconstructLumaIntraMB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep, const Mox32u* pMBIntraTypes, Mox32u cbp4x4, Mox32u QP, Mox8u edgeType);
+/* As above with a LevelScale table. */
+MOXAPI MoxStatus moxiReconstructLumaIntra4x4MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep, const Mox32u* pMBIntraTypes, Mox32u cbp4x4, Mox32u QP, Mox8u edgeType, const Mox16s* pQuantTable, Mox8u bypassFlag);
+/* Intra8x8 luma, reference samples low-pass filtered over the available sides only; never warns; a mode above 8 stops there with moxStsOutOfRangeErr (earlier blocks rebuilt, stream not advanced). */
+MOXAPI MoxStatus moxiReconstructLumaIntra8x8MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep, const Mox32u* pMBIntraTypes, Mox32u cbp8x8, Mox32u QP, Mox8u edgeType, const Mox16s* pQuantTable, Mox8u bypassFlag);
+/* Intra16x16 luma, flat tables; a mode needing an excluded neighbour is moxStsIntraNeighbourErr, tested before the mode range. */
+MOXAPI MoxStatus moxiReconstructLumaIntra16x16MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep, Mox32u intra16x16PredMode, Mox32u cbp4x4, Mox32u QP, Mox8u edgeType);
+/* As above with a LevelScale table. */
+MOXAPI MoxStatus moxiReconstructLumaIntra_16x16MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep, Mox32u intra16x16PredMode, Mox32u cbp4x4, Mox32u QP, Mox8u edgeType, const Mox16s* pQuantTable, Mox8u bypassFlag);
+/* Inter luma residual of 4x4 blocks (QP tested unsigned; lossless with QP 0), prediction already in place. */
+MOXAPI MoxStatus moxiReconstructLumaInter4x4MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep, Mox32u cbp4x4, Mox32s QP, const Mox16s* pQuantTable, Mox8u bypassFlag);
+/* Inter luma residual of 8x8 blocks. */
+MOXAPI MoxStatus moxiReconstructLumaInter8x8MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep, Mox32u cbp8x8, Mox32s QP, const Mox16s* pQuantTable, Mox8u bypassFlag);
+/* Intra 4:2:0 chroma, flat tables: both 8x8 planes predicted (moxStsIntraNeighbourErr, nothing written, when the mode needs an excluded neighbour), then as the inter form. */
+MOXAPI MoxStatus moxiReconstructChromaIntraMB_H264_16s8u_P2R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDstUPlane, Mox8u* pSrcDstVPlane, Mox32u srcdstUVStep, Mox32u intraChromaPredMode, Mox32u cbp4x4, Mox32u ChromaQP, Mox8u edgeType);
+/* 4:2:0 chroma residual, flat tables; nothing touched when cbp4x4 & 0x7FE0000 is 0. */
+MOXAPI MoxStatus moxiReconstructChromaInterMB_H264_16s8u_P2R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDstUPlane, Mox8u* pSrcDstVPlane, Mox32u srcdstUVStep, Mox32u cbp4x4, Mox32u ChromaQP);
+/* Intra 4:2:0 chroma with a quantiser and a LevelScale table per plane; the mode is taken modulo 4. */
+MOXAPI MoxStatus moxiReconstructChromaIntra4x4MB_H264_16s8u_P2R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDstUPlane, Mox8u* pSrcDstVPlane, Mox32u srcdstUVStep, Mox32u intraChromaPredMode, Mox32u cbp4x4, Mox32u ChromaQPU, Mox32u ChromaQPV, Mox8u edgeType, const Mox16s* pQuantTableU, const Mox16s* pQuantTableV, Mox8u bypassFlag);
+/* 4:2:0 chroma residual with a quantiser and a LevelScale table per plane. */
+MOXAPI MoxStatus moxiReconstructChromaInter4x4MB_H264_16s8u_P2R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDstUPlane, Mox8u* pSrcDstVPlane, Mox32u srcdstUVStep, Mox32u cbp4x4, Mox32u ChromaQPU, Mox32u ChromaQPV, const Mox16s* pQuantTableU, const Mox16s* pQuantTableV, Mox8u bypassFlag);
+
+/* High profiles: a macroblock described by a record. 32s16u functions take Mox32s levels and 16-bit
+ * samples clamped to 0..2^bitDepth - 1 (bitDepth 8..14), with the arithmetic of the 32s transforms and
+ * quantisers QP' = QP + 6 x (bitDepth - 8); missing neighbours read as 1 << (bitDepth - 1). 4:2:2 chroma
+ * planes are 8 wide and 16 high: a 2x4 DC block (8 levels in coded order, dequantised with QP'C + 3) and
+ * eight 4x4 blocks per plane in raster order; their coded-block word is bit 0 U DC, bit 1 V DC, bits 2..9 U
+ * and 10..17 V 4x4 blocks (4:2:0 records use the cbp4x4 bits 17..26). Checks: null pointers (the record's
+ * too), bitDepth, quantisers, modes. */
+
+/* A luma macroblock of 16-bit samples. */
+typedef struct {
+    Mox16u* pSrcDstPlane;         /* the macroblock's top-left sample */
+    Mox32s srcDstStep;            /* bytes between rows */
+    const Mox32u* pMBIntraTypes;  /* Intra4x4: 16 modes, Intra8x8: 4 modes; not read by the other functions */
+    Mox32u intra16x16PredMode;    /* Intra16x16: 0..3 */
+    Mox32u cbp;                   /* cbp4x4, or cbp8x8 for the 8x8 functions */
+    Mox32s qp;                    /* QP'Y, 0..51 + 6 x (bitDepth - 8) */
+    Mox8u edgeType;               /* intra functions */
+    Mox8u bypassFlag;             /* lossless when nonzero and qp is 0 */
+    const Mox16s* pQuantTable;    /* LevelScale of qp % 6: 16 values, 64 for the 8x8 functions */
+    Mox32s bitDepth;              /* 8..14 */
+} MoxReconstructLuma_H264High;
+
+/* Both chroma planes of a macroblock of 16-bit samples. */
+typedef struct {
+    Mox16u* pSrcDstUPlane;        /* top-left samples of the U and V blocks */
+    Mox16u* pSrcDstVPlane;
+    Mox32s srcDstUVStep;          /* bytes between rows of either plane */
+    Mox32u intraChromaPredMode;   /* intra functions: 0..3 (DC, horizontal, vertical, plane) */
+    Mox32u cbp;                   /* coded-block word of the chroma format */
+    Mox32s qpU, qpV;              /* QP'C of each plane, 0..39 + 6 x (bitDepth - 8) */
+    Mox8u edgeType;               /* intra functions */
+    Mox8u bypassFlag;             /* a plane is lossless when this is nonzero and its qp is 0 */
+    const Mox16s* pQuantTableU;   /* LevelScale of qp % 6 of each plane, 16 values */
+    const Mox16s* pQuantTableV;
+    const Mox16s* pQuantTableDCU; /* 4:2:2 only: LevelScale of (qp + 3) % 6, element 0 scales the DC */
+    const Mox16s* pQuantTableDCV;
+    Mox32s bitDepth;              /* 8..14 */
+} MoxReconstructChroma_H264High;
+
+/* Both chroma planes of a macroblock of 8-bit samples (4:2:2); fields as above, quantisers 0..39. */
+typedef struct {
+    Mox8u* pSrcDstUPlane;
+    Mox8u* pSrcDstVPlane;
+    Mox32s srcDstUVStep;
+    Mox32u intraChromaPredMode;
+    Mox32u cbp;
+    Mox32s qpU, qpV;
+    Mox8u edgeType;
+    Mox8u bypassFlag;
+    const Mox16s* pQuantTableU;
+    const Mox16s* pQuantTableV;
+    const Mox16s* pQuantTableDCU;
+    const Mox16s* pQuantTableDCV;
+} MoxReconstructChroma8u_H264High;
+
+/* Inter luma residual of 4x4 blocks (cbp4x4); lossless with qp 0. */
+MOXAPI MoxStatus moxiReconstructLumaInter4x4_H264High_32s16u_IP1R(Mox32s** ppSrcDstCoeff, const MoxReconstructLuma_H264High* pMB);
+/* Inter luma residual of 8x8 blocks (cbp8x8); lossless with qp 0. */
+MOXAPI MoxStatus moxiReconstructLumaInter8x8_H264High_32s16u_IP1R(Mox32s** ppSrcDstCoeff, const MoxReconstructLuma_H264High* pMB);
+/* Intra4x4 luma as moxiReconstructLumaIntra4x4MB (moxStsIntraNeighbourWrn; a mode above 8 is moxStsOutOfRangeErr). */
+MOXAPI MoxStatus moxiReconstructLumaIntra4x4_H264High_32s16u_IP1R(Mox32s** ppSrcDstCoeff, const MoxReconstructLuma_H264High* pMB);
+/* Intra8x8 luma as moxiReconstructLumaIntra8x8MB (a mode above 8 stops at its block). */
+MOXAPI MoxStatus moxiReconstructLumaIntra8x8_H264High_32s16u_IP1R(Mox32s** ppSrcDstCoeff, const MoxReconstructLuma_H264High* pMB);
+/* Intra16x16 luma as moxiReconstructLumaIntra_16x16MB (moxStsIntraNeighbourErr before the mode range). */
+MOXAPI MoxStatus moxiReconstructLumaIntra16x16_H264High_32s16u_IP1R(Mox32s** ppSrcDstCoeff, const MoxReconstructLuma_H264High* pMB);
+/* 4:2:0 chroma residual of both planes. */
+MOXAPI MoxStatus moxiReconstructChromaInter4x4_H264High_32s16u_IP2R(Mox32s** ppSrcDstCoeff, const MoxReconstructChroma_H264High* pMB);
+/* 4:2:0 intra chroma: mode above 3 moxStsOutOfRangeErr, missing neighbour moxStsIntraNeighbourErr, then prediction and residual. */
+MOXAPI MoxStatus moxiReconstructChromaIntra4x4_H264High_32s16u_IP2R(Mox32s** ppSrcDstCoeff, const MoxReconstructChroma_H264High* pMB);
+/* 4:2:2 chroma residual of both planes. */
+MOXAPI MoxStatus moxiReconstructChroma422Inter4x4_H264High_32s16u_IP2R(Mox32s** ppSrcDstCoeff, const MoxReconstructChroma_H264High* pMB);
+/* 4:2:2 intra chroma (8x16 prediction: plane with the 4:2:2 gradients, DC per 4x4 sub-block), then residual. */
+MOXAPI MoxStatus moxiReconstructChroma422Intra4x4_H264High_32s16u_IP2R(Mox32s** ppSrcDstCoeff, const MoxReconstructChroma_H264High* pMB);
+/* 8-bit 4:2:2 chroma residual of both planes. */
+MOXAPI MoxStatus moxiReconstructChroma422Inter4x4_H264High_16s8u_IP2R(Mox16s** ppSrcDstCoeff, const MoxReconstructChroma8u_H264High* pMB);
+/* 8-bit 4:2:2 intra chroma, then residual. */
+MOXAPI MoxStatus moxiReconstructChroma422Intra4x4_H264High_16s8u_IP2R(Mox16s** ppSrcDstCoeff, const MoxReconstructChroma8u_H264High* pMB);
+
+/* Half forms, for MBAFF frames with constrained intra prediction where the left neighbour column comes
+ * from two macroblocks: edgeType 0x01 then marks only the upper half of the left column (luma rows 0..7,
+ * 4:2:0 chroma rows 0..3, 4:2:2 chroma rows 0..7) as unusable and 0x02 the lower half; each sample follows
+ * its half (a 4x4 or 8x8 block's left column and corner, a chroma DC sub-block's left side), and chroma
+ * horizontal and plane prediction need both halves. Otherwise as the functions they are named after;
+ * ...HalfsMB and ...HalvesMB are one operation under two names. */
+/* moxiReconstructLumaIntraMB with the left column in halves. */
+MOXAPI MoxStatus moxiReconstructLumaIntraHalfMB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep, const Mox32u* pMBIntraTypes, Mox32u cbp4x4, Mox32u QP, Mox8u edgeType);
+/* moxiReconstructLumaIntra4x4MB with the left column in halves. */
+MOXAPI MoxStatus moxiReconstructLumaIntraHalf4x4MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep, const Mox32u* pMBIntraTypes, Mox32u cbp4x4, Mox32u QP, Mox8u edgeType, const Mox16s* pQuantTable, Mox8u bypassFlag);
+/* moxiReconstructLumaIntra8x8MB with the left column in halves (block 2's corner belongs to the upper half). */
+MOXAPI MoxStatus moxiReconstructLumaIntraHalf8x8MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep, const Mox32u* pMBIntraTypes, Mox32u cbp8x8, Mox32u QP, Mox8u edgeType, const Mox16s* pQuantTable, Mox8u bypassFlag);
+/* moxiReconstructChromaIntraMB with the left column in halves. */
+MOXAPI MoxStatus moxiReconstructChromaIntraHalfsMB_H264_16s8u_P2R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDstUPlane, Mox8u* pSrcDstVPlane, Mox32u srcdstUVStep, Mox32u intraChromaPredMode, Mox32u cbp4x4, Mox32u ChromaQP, Mox8u edgeType);
+/* The same operation as moxiReconstructChromaIntraHalfsMB. */
+MOXAPI MoxStatus moxiReconstructChromaIntraHalvesMB_H264_16s8u_P2R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDstUPlane, Mox8u* pSrcDstVPlane, Mox32u srcdstUVStep, Mox32u intraChromaPredMode, Mox32u cbp4x4, Mox32u ChromaQP, Mox8u edgeType);
+/* moxiReconstructChromaIntra4x4MB with the left column in halves. */
+MOXAPI MoxStatus moxiReconstructChromaIntraHalfs4x4MB_H264_16s8u_P2R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDstUPlane, Mox8u* pSrcDstVPlane, Mox32u srcdstUVStep, Mox32u intraChromaPredMode, Mox32u cbp4x4, Mox32u ChromaQPU, Mox32u ChromaQPV, Mox8u edgeType, const Mox16s* pQuantTableU, const Mox16s* pQuantTableV, Mox8u bypassFlag);
+/* The same operation as moxiReconstructChromaIntraHalfs4x4MB. */
+MOXAPI MoxStatus moxiReconstructChromaIntraHalves4x4MB_H264_16s8u_P2R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDstUPlane, Mox8u* pSrcDstVPlane, Mox32u srcdstUVStep, Mox32u intraChromaPredMode, Mox32u cbp4x4, Mox32u ChromaQPU, Mox32u ChromaQPV, Mox8u edgeType, const Mox16s* pQuantTableU, const Mox16s* pQuantTableV, Mox8u bypassFlag);
+/* moxiReconstructLumaIntra4x4_H264High with the left column in halves. */
+MOXAPI MoxStatus moxiReconstructLumaIntraHalf4x4_H264High_32s16u_IP1R(Mox32s** ppSrcDstCoeff, const MoxReconstructLuma_H264High* pMB);
+/* moxiReconstructLumaIntra8x8_H264High with the left column in halves. */
+MOXAPI MoxStatus moxiReconstructLumaIntraHalf8x8_H264High_32s16u_IP1R(Mox32s** ppSrcDstCoeff, const MoxReconstructLuma_H264High* pMB);
+/* moxiReconstructChromaIntra4x4_H264High with the left column in halves. */
+MOXAPI MoxStatus moxiReconstructChromaIntraHalf4x4_H264High_32s16u_IP2R(Mox32s** ppSrcDstCoeff, const MoxReconstructChroma_H264High* pMB);
+/* moxiReconstructChroma422Intra4x4_H264High (16-bit) with the left column in halves (rows 0..7 / 8..15). */
+MOXAPI MoxStatus moxiReconstructChroma422IntraHalf4x4_H264High_32s16u_IP2R(Mox32s** ppSrcDstCoeff, const MoxReconstructChroma_H264High* pMB);
+/* moxiReconstructChroma422Intra4x4_H264High (8-bit) with the left column in halves (rows 0..7 / 8..15). */
+MOXAPI MoxStatus moxiReconstructChroma422IntraHalf4x4_H264High_16s8u_IP2R(Mox16s** ppSrcDstCoeff, const MoxReconstructChroma8u_H264High* pMB);
+
 /* ================================================================== H.264 deblocking filters
  * In-place filtering of one macroblock's edges with caller-derived strengths and thresholds.
  * pBs: 4 strengths per edge (pBs[4e + i] covers luma rows/columns 4i..4i+3 of edge e, edge 0 the macroblock
@@ -521,6 +692,21 @@ typedef struct {
 
 /* 16-bit luma, samples below 1 << bitDepth (8..14) and clamped to it; sizes 4/8/16 each, not 4x16 or 16x4. */
 MOXAPI MoxStatus moxiInterpolateLuma_H264_16u_C1R(const MoxVCInterpolate_16u* pParams, Mox32s bitDepth);
+
+/* ================================================================== MPEG-4, H.263 and H.261 coefficient decoding and encoding */
+/* (end of section: MPEG-4, H.263 and H.261 coefficient decoding and encoding) */
+
+/* ================================================================== MPEG-4 and H.263 quantisation and inverse quantisation */
+/* (end of section: MPEG-4 and H.263 quantisation and inverse quantisation) */
+
+/* ================================================================== generic Huffman tables */
+/* (end of section: generic Huffman tables) */
+
+/* ================================================================== VC-1 quantisation and inverse quantisation */
+/* (end of section: VC-1 quantisation and inverse quantisation) */
+
+/* ================================================================== VC-1 interpolation, inverse transforms, loop filter, overlap smoothing and range mapping */
+/* (end of section: VC-1 interpolation, inverse transforms, loop filter, overlap smoothing and range mapping) */
 
 #ifdef __cplusplus
 }

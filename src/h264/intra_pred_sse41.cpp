@@ -1,0 +1,296 @@
+// H.264 intra predictors for 8- and 16-bit samples: the tables of 4x4 and 8x8
+// predictors (intra_block_kernels.h), the 16x16 and chroma predictors
+// (clauses 8.3.3 and 8.3.4), and the exported stand-alone predictors.
+#include <array>
+#include <cstring>
+#include <utility>
+
+#include "core/check.h"
+#include "h264/intra_block_kernels.h"
+
+namespace mox::h264 {
+namespace {
+
+using namespace intra;
+
+// ---------------------------------------------------------------- 16x16 predictors (clause 8.3.3)
+
+template <class T>
+void predict16x16V(T* p, int step, int, int) {
+    const T* above = row(p, step, -1);
+    __m128i a = loadu(above), b = sizeof(T) == 2 ? loadu(above + 8) : a;
+#pragma GCC unroll 16
+    for (int y = 0; y < 16; ++y) {
+        T* d = row(p, step, y);
+        storeu(d, a);
+        if constexpr (sizeof(T) == 2) storeu(d + 8, b);
+    }
+}
+
+template <class T>
+void predict16x16H(T* p, int step, int, int) {
+#pragma GCC unroll 16
+    for (int y = 0; y < 16; ++y) {
+        T* d = row(p, step, y);
+        fillRow<T, 16>(d, splat<T>(d[-1]));
+    }
+}
+
+// Sum of N left-column samples from row y0 on, in independent partial sums.
+template <int N, class T>
+inline int leftSum(const T* p, int step, int y0) {
+    int s[4] = {};
+#pragma GCC unroll 16
+    for (int y = 0; y < N; ++y) s[y & 3] += row(p, step, y0 + y)[-1];
+    return (s[0] + s[1]) + (s[2] + s[3]);
+}
+
+template <class T>
+void predict16x16DC(T* p, int step, int avail, int bitDepth) {
+    int st = 0, sl = 0, dc = half<T>(bitDepth);
+    if (avail & kAvailUp) {
+        const T* above = row(p, step, -1);
+        if constexpr (sizeof(T) == 1) {
+            __m128i s = _mm_sad_epu8(loadu(above), _mm_setzero_si128());
+            st = _mm_cvtsi128_si32(_mm_add_epi32(s, _mm_srli_si128(s, 8)));
+        } else {
+            st = hsum32(_mm_add_epi32(_mm_madd_epi16(loadu(above), _mm_set1_epi16(1)),
+                                      _mm_madd_epi16(loadu(above + 8), _mm_set1_epi16(1))));
+        }
+    }
+    if (avail & kAvailLeft) sl = leftSum<16>(p, step, 0);
+    switch (avail & (kAvailUp | kAvailLeft)) {
+        case kAvailUp | kAvailLeft:
+            dc = (st + sl + 16) >> 5;
+            break;
+        case kAvailUp:
+            dc = (st + 8) >> 4;
+            break;
+        case kAvailLeft:
+            dc = (sl + 8) >> 4;
+            break;
+        default:
+            break;
+    }
+    __m128i v = splat<T>(dc);
+#pragma GCC unroll 16
+    for (int y = 0; y < 16; ++y) fillRow<T, 16>(row(p, step, y), v);
+}
+
+// Sum over k of (k + 1) * (left(c + k) - left(c - 2 - k)), k = 0 .. n - 1,
+// with left(-1) the corner: the vertical gradient of the plane modes.
+template <int N, class T>
+inline int leftGradient(const T* p, int step, int c) {
+    int v[2] = {};
+#pragma GCC unroll 8
+    for (int k = 0; k < N; ++k) v[k & 1] += (k + 1) * (row(p, step, c + k)[-1] - row(p, step, c - 2 - k)[-1]);
+    return v[0] + v[1];
+}
+
+// Rows of (base + b * x + c * y) >> 5 clamped, x = 0 .. W - 1, y = 0 .. H - 1,
+// with base = a + 16 - xc * b - yc * c.
+template <class T, int W, int H>
+inline void planeRows(T* p, int step, int base, int b, int c, int bitDepth) {
+    if constexpr (sizeof(T) == 1) {
+        // 16-bit lanes suffice for 8-bit samples: |values| stay below 2^15.
+        const __m128i ramp = _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7);
+        __m128i v0 = _mm_add_epi16(_mm_set1_epi16(static_cast<short>(base)),
+                                   _mm_mullo_epi16(ramp, _mm_set1_epi16(static_cast<short>(b))));
+        __m128i v1 = _mm_add_epi16(v0, _mm_set1_epi16(static_cast<short>(8 * b)));
+        const __m128i dc = _mm_set1_epi16(static_cast<short>(c));
+#pragma GCC unroll 16
+        for (int y = 0; y < H; ++y) {
+            __m128i s = _mm_packus_epi16(_mm_srai_epi16(v0, 5), _mm_srai_epi16(v1, 5));
+            simd::store<W>(row(p, step, y), s);
+            v0 = _mm_add_epi16(v0, dc);
+            v1 = _mm_add_epi16(v1, dc);
+        }
+    } else {
+        constexpr int NV = W / 4;
+        __m128i v[NV];
+        const __m128i ramp = _mm_setr_epi32(0, 1, 2, 3), maxv = _mm_set1_epi16(static_cast<short>((1 << bitDepth) - 1));
+        for (int k = 0; k < NV; ++k)
+            v[k] = _mm_add_epi32(_mm_set1_epi32(base + 4 * k * b), _mm_mullo_epi32(ramp, _mm_set1_epi32(b)));
+        const __m128i dc = _mm_set1_epi32(c);
+        for (int y = 0; y < H; ++y) {
+            T* d = row(p, step, y);
+            for (int k = 0; k < NV; k += 2) {
+                __m128i s = _mm_packus_epi32(_mm_srai_epi32(v[k], 5), _mm_srai_epi32(v[k + 1], 5));
+                storeu(d + 4 * k, _mm_min_epu16(s, maxv));
+            }
+            for (int k = 0; k < NV; ++k) v[k] = _mm_add_epi32(v[k], dc);
+        }
+    }
+}
+
+template <class T>
+void predict16x16Plane(T* p, int step, int, int bitDepth) {
+    const T* above = row(p, step, -1);
+    int h;
+    if constexpr (sizeof(T) == 1) {
+        __m128i m =
+            _mm_maddubs_epi16(loadu(above), _mm_setr_epi8(-7, -6, -5, -4, -3, -2, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8));
+        h = hsum16(m);
+    } else {
+        __m128i m = _mm_add_epi32(_mm_madd_epi16(loadu(above), _mm_setr_epi16(-7, -6, -5, -4, -3, -2, -1, 0)),
+                                  _mm_madd_epi16(loadu(above + 8), _mm_setr_epi16(1, 2, 3, 4, 5, 6, 7, 8)));
+        h = hsum32(m);
+    }
+    h -= 8 * above[-1];
+    int v = leftGradient<8>(p, step, 8);
+    int a = 16 * (row(p, step, 15)[-1] + above[15]);
+    int b = (5 * h + 32) >> 6, c = (5 * v + 32) >> 6;
+    planeRows<T, 16, 16>(p, step, a + 16 - 7 * b - 7 * c, b, c, bitDepth);
+}
+
+// ---------------------------------------------------------------- chroma predictors (clause 8.3.4), 8 x H
+
+template <class T, int H>
+void predictChromaDC(T* p, int step, int avail, int bitDepth) {
+    const T* above = row(p, step, -1);
+    const int h = half<T>(bitDepth);
+    int s0 = 0, s1 = 0;
+    const bool up = avail & kAvailUp;
+    if (up) {
+        if constexpr (sizeof(T) == 1) {
+            __m128i s = _mm_sad_epu8(
+                _mm_unpacklo_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(above)), _mm_setzero_si128()),
+                _mm_setzero_si128());
+            s0 = _mm_cvtsi128_si32(s);
+            s1 = _mm_extract_epi32(s, 2);
+        } else {
+            s0 = above[0] + above[1] + above[2] + above[3];
+            s1 = above[4] + above[5] + above[6] + above[7];
+        }
+    }
+    for (int g = 0; g < H / 4; ++g) {
+        const bool left = avail & (4 * g < H / 2 ? kAvailLeft : kAvailLeftLower);
+        int sl = 0;
+        if (left) sl = leftSum<4>(p, step, 4 * g);
+        // The left block prefers both sides (first row: the corner block) or
+        // its left side, the right block its upper side (first row) or both.
+        int dl = h, dr = h;
+        if (g == 0) {
+            dl = up && left ? (s0 + sl + 4) >> 3 : left ? (sl + 2) >> 2 : up ? (s0 + 2) >> 2 : h;
+            dr = up ? (s1 + 2) >> 2 : left ? (sl + 2) >> 2 : h;
+        } else {
+            dl = left ? (sl + 2) >> 2 : up ? (s0 + 2) >> 2 : h;
+            dr = up && left ? (s1 + sl + 4) >> 3 : left ? (sl + 2) >> 2 : up ? (s1 + 2) >> 2 : h;
+        }
+        __m128i v = _mm_unpacklo_epi64(splat<T>(dl), splat<T>(dr));
+        if constexpr (sizeof(T) == 1) v = _mm_shuffle_epi32(v, _MM_SHUFFLE(3, 1, 2, 0));
+#pragma GCC unroll 4
+        for (int y = 4 * g; y < 4 * g + 4; ++y) fillRow<T, 8>(row(p, step, y), v);
+    }
+}
+
+template <class T, int H>
+void predictChromaH(T* p, int step, int, int) {
+#pragma GCC unroll 16
+    for (int y = 0; y < H; ++y) {
+        T* d = row(p, step, y);
+        fillRow<T, 8>(d, splat<T>(d[-1]));
+    }
+}
+
+template <class T, int H>
+void predictChromaV(T* p, int step, int, int) {
+    __m128i a = simd::load<8 * sizeof(T)>(row(p, step, -1));
+#pragma GCC unroll 16
+    for (int y = 0; y < H; ++y) fillRow<T, 8>(row(p, step, y), a);
+}
+
+template <class T, int H>
+void predictChromaPlane(T* p, int step, int, int bitDepth) {
+    const T* above = row(p, step, -1);
+    constexpr int yCF = H == 16 ? 4 : 0;
+    int h;
+    if constexpr (sizeof(T) == 1)
+        h = hsum16(_mm_maddubs_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(above)),
+                                     _mm_setr_epi8(-3, -2, -1, 0, 1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0)));
+    else
+        h = hsum32(_mm_madd_epi16(loadu(above), _mm_setr_epi16(-3, -2, -1, 0, 1, 2, 3, 4)));
+    h -= 4 * above[-1];
+    int v = leftGradient<4 + yCF>(p, step, 4 + yCF);
+    int a = 16 * (row(p, step, H - 1)[-1] + above[7]);
+    int b = (34 * h + 32) >> 6, c = ((H == 16 ? 5 : 34) * v + 32) >> 6;
+    planeRows<T, 8, H>(p, step, a + 16 - 3 * b - (3 + yCF) * c, b, c, bitDepth);
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------- tables
+
+template <class T>
+const BlockPredictor<T> Predictors<T>::k4x4[9] = {
+    predict4x4<T, 0>, predict4x4<T, 1>, predict4x4DC<T>,  predict4x4<T, 3>, predict4x4<T, 4>,
+    predict4x4<T, 5>, predict4x4<T, 6>, predict4x4<T, 7>, predict4x4<T, 8>,
+};
+
+template <class T>
+const BlockPredictor<T> Predictors<T>::k8x8[9] = {
+    predict8x8<T, 0>, predict8x8<T, 1>, predict8x8DC<T>,  predict8x8<T, 3>, predict8x8<T, 4>,
+    predict8x8<T, 5>, predict8x8<T, 6>, predict8x8<T, 7>, predict8x8<T, 8>,
+};
+
+template <class T>
+const PlanePredictor<T> Predictors<T>::k16x16[4] = {predict16x16V<T>, predict16x16H<T>, predict16x16DC<T>,
+                                                    predict16x16Plane<T>};
+
+template <class T>
+const PlanePredictor<T> Predictors<T>::kChroma8[4] = {predictChromaDC<T, 8>, predictChromaH<T, 8>, predictChromaV<T, 8>,
+                                                      predictChromaPlane<T, 8>};
+
+template <class T>
+const PlanePredictor<T> Predictors<T>::kChroma16[4] = {predictChromaDC<T, 16>, predictChromaH<T, 16>,
+                                                       predictChromaV<T, 16>, predictChromaPlane<T, 16>};
+
+template struct Predictors<Mox8u>;
+template struct Predictors<Mox16u>;
+
+}  // namespace mox::h264
+
+// ---------------------------------------------------------------- exported predictors
+
+using mox::h264::Predictors;
+
+namespace {
+
+// The stand-alone 4x4 predictors read each neighbouring sample on its own:
+// nothing around the block beyond them need exist.
+using namespace mox::h264::intra;
+constexpr mox::h264::BlockPredictor<Mox8u> kPredict4x4Alone[9] = {
+    predict4x4<Mox8u, 0, false>, predict4x4<Mox8u, 1, false>, predict4x4DC<Mox8u, false>,
+    predict4x4<Mox8u, 3, false>, predict4x4<Mox8u, 4, false>, predict4x4<Mox8u, 5, false>,
+    predict4x4<Mox8u, 6, false>, predict4x4<Mox8u, 7, false>, predict4x4<Mox8u, 8, false>,
+};
+
+}  // namespace
+
+MOX_FN moxiPredictIntra_4x4_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode, Mox32s availability) {
+    MOX_CHECK_PTRS(pSrcDst);
+    MOX_CHECK(srcdstStep >= 4, moxStsStepErr);
+    MOX_CHECK(predMode >= 0 && predMode <= 8, moxStsOutOfRangeErr);
+    return kPredict4x4Alone[predMode](pSrcDst, srcdstStep, availability, 8) ? moxStsIntraNeighbourWrn : moxStsNoErr;
+}
+
+MOX_FN moxiPredictIntra_16x16_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode, Mox32s availability) {
+    MOX_CHECK_PTRS(pSrcDst);
+    MOX_CHECK(predMode < 0 || predMode > 3 || mox::h264::canPredict16x16(predMode, availability),
+              moxStsIntraNeighbourErr);
+    MOX_CHECK(predMode >= 0 && predMode <= 3, moxStsOutOfRangeErr);
+    Predictors<Mox8u>::k16x16[predMode](pSrcDst, srcdstStep, availability, 8);
+    return moxStsNoErr;
+}
+
+MOX_FN moxiPredictIntraChroma8x8_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode, Mox32s availability) {
+    using namespace mox::h264;
+    MOX_CHECK_PTRS(pSrcDst);
+    // The whole left column is one neighbour here.
+    int avail =
+        (availability & (kAvailUp | kAvailUpLeft)) | ((availability & kAvailLeft) ? kAvailLeft | kAvailLeftLower : 0);
+    MOX_CHECK(predMode < 0 || predMode > 3 || canPredictChroma(predMode, avail), moxStsIntraNeighbourErr);
+    MOX_CHECK(predMode >= 0 && predMode <= 3, moxStsOutOfRangeErr);
+    Predictors<Mox8u>::kChroma8[predMode](pSrcDst, srcdstStep, avail, 8);
+    return moxStsNoErr;
+}
