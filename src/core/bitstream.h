@@ -30,28 +30,17 @@ namespace mox {
 
 class WordReader {
 public:
-    // The window holds the current word in its high half and, once a read has
-    // needed it, the next word in its low half.
-    WordReader(const Mox32u* p, int offset)
-        : p_(p), win_(static_cast<uint64_t>(p[0]) << 32), used_(31 - offset), valid_(32) {}
+    WordReader(const Mox32u* p, int offset) : p_(p), used_(31 - offset) {}
 
-    // Next n bits (1..32), most significant first, without moving. Loads the
-    // next word only when the bits reach past bit 0 of the current one.
-    uint32_t peek(int n) {
-        if (used_ + n > valid_) load();
-        return static_cast<uint32_t>((win_ << used_) >> (64 - n));
-    }
-    // Moves past n bits (0..32). A move that ends exactly on bit 0 steps to
-    // the next word, which is loaded then.
+    // Next n bits (1..32), most significant first, without moving. The next
+    // word is read only when the bits reach past bit 0 of the current one
+    // (selected by index, so there is no branch to mispredict).
+    uint32_t peek(int n) const { return static_cast<uint32_t>(window(n) >> (64 - n)); }
+    // Moves past n bits (0..32).
     void skip(int n) {
         used_ += n;
-        if (used_ >= 32) {
-            if (valid_ < 64) load();
-            ++p_;
-            used_ -= 32;
-            win_ <<= 32;
-            valid_ = 32;
-        }
+        p_ += used_ >> 5;
+        used_ &= 31;
     }
     uint32_t read(int n) {
         uint32_t v = peek(n);
@@ -61,18 +50,14 @@ public:
     // Moves back n bits (0..32), into the previous word when the offset passes 31.
     void giveBack(int n) {
         used_ -= n;
-        if (used_ < 0) {
-            --p_;
-            used_ += 32;
-            win_ = static_cast<uint64_t>(p_[0]) << 32 | win_ >> 32;
-            valid_ = 64;
-        }
+        p_ += used_ >> 5;  // arithmetic shift: -1 when the offset passed bit 31
+        used_ &= 31;
     }
     // Leading zero bits before the next 1 within the next `limit` (1..32) bits;
     // returns `limit` when they are all zero. Does not move.
-    int leadingZeros(int limit) {
-        uint32_t v = peek(limit) << (32 - limit);
-        return v ? __builtin_clz(v) : limit;
+    int leadingZeros(int limit) const {
+        uint64_t v = window(limit) >> (64 - limit) << (64 - limit);
+        return v ? __builtin_clzll(v) : limit;
     }
 
     const Mox32u* ptr() const { return p_; }
@@ -87,15 +72,14 @@ public:
     }
 
 private:
-    void load() {
-        win_ |= p_[1];
-        valid_ = 64;
+    // The unread bits left-aligned, at least n of them valid.
+    uint64_t window(int n) const {
+        uint64_t w = static_cast<uint64_t>(p_[0]) << 32 | p_[used_ + n > 32];
+        return w << used_;
     }
 
     const Mox32u* p_;
-    uint64_t win_;
-    int used_;   // bits of *p_ already consumed (0..31)
-    int valid_;  // 32: only *p_ is in the window; 64: p_[1] too
+    int used_;  // bits of *p_ already consumed (0..31)
 };
 
 class ByteReader {

@@ -14,12 +14,17 @@ namespace {
 using mox::WordReader;
 using mox::h264::kNoCode;
 
+// The decoding steps are inlined into each entry point so that the cursor
+// stays in registers instead of being stored and reloaded around calls.
+#define MOX_INLINE inline __attribute__((always_inline))
+
 constexpr int kInvalid = -1;
 constexpr int kMaxChain = 4;  // sub-table depth accepted from a caller's table
 // level_prefix beyond 11 + 14 (the deepest bit depth) cannot occur in a conforming stream.
 constexpr int kMaxLevelPrefix = 25;
 
-// Follows the sub-tables of a code longer than the first level.
+// Follows the sub-tables of a code longer than the first level; the first
+// level's k bits are already consumed.
 int decodeVlcChain(WordReader& rd, const Mox32s* t, Mox32s e) {
     for (int depth = 0; e & 0x80; ++depth) {
         t += e >> 8;
@@ -34,14 +39,20 @@ int decodeVlcChain(WordReader& rd, const Mox32s* t, Mox32s e) {
 }
 
 // One code from a packed table, or kInvalid for a pattern that is no code
-// (or a table that cannot be followed).
-inline int decodeVlc(WordReader& rd, const Mox32s* t) {
+// (or a table that cannot be followed). A first-level entry says how many of
+// the k peeked bits are not part of the code, so a short code costs one
+// look-up and one move.
+MOX_INLINE int decodeVlc(WordReader& rd, const Mox32s* t) {
     int k = t[0];
-    if (k < 1 || k > 16) return kInvalid;
+    if (static_cast<unsigned>(k - 1) > 15) return kInvalid;
     Mox32s e = t[1 + rd.peek(k)];
-    rd.skip(k);
-    if (e & 0x80) return decodeVlcChain(rd, t, e);
-    rd.giveBack(e & 0x7F);
+    if (__builtin_expect(e & 0x80, 0)) {
+        rd.skip(k);
+        return decodeVlcChain(rd, t, e);
+    }
+    int len = k - (e & 0x7F);
+    if (len < 0) return kInvalid;
+    rd.skip(len);
     int v = e >> 8;
     return v == kNoCode ? kInvalid : v;
 }
@@ -56,8 +67,19 @@ struct Block {
     int scanPos[16];
 };
 
+// level_prefix 14 and above: the escapes of clause 9.2.2.1.
+bool decodeEscapedLevel(WordReader& rd, int prefix, int suffixLength, int& levelCode) {
+    if (prefix > kMaxLevelPrefix) return false;
+    rd.skip(prefix + 1);
+    int suffixSize = prefix >= 15 ? prefix - 3 : (suffixLength == 0 ? 4 : suffixLength);
+    levelCode = (std::min(15, prefix) << suffixLength) + static_cast<int>(rd.read(suffixSize));
+    if (prefix >= 15 && suffixLength == 0) levelCode += 15;
+    if (prefix >= 16) levelCode += (1 << (prefix - 3)) - 4096;
+    return true;
+}
+
 // Trailing ones and levels (clause 9.2.2).
-bool decodeLevels(WordReader& rd, int tc, int t1, int* level) {
+MOX_INLINE bool decodeLevels(WordReader& rd, int tc, int t1, int* level) {
     // Up to three sign bits, 1 for -1: look at three, keep t1 of them.
     uint32_t signs = rd.peek(3);
     rd.skip(t1);
@@ -65,28 +87,70 @@ bool decodeLevels(WordReader& rd, int tc, int t1, int* level) {
     level[1] = 1 - static_cast<int>(signs & 2);
     level[2] = 1 - static_cast<int>((signs << 1) & 2);
     int suffixLength = tc > 10 && t1 < 3 ? 1 : 0;
+    // The first level after fewer than three trailing ones cannot be +-1.
+    int bump = t1 < 3 ? 2 : 0;
     for (int i = t1; i < tc; ++i) {
-        int prefix = rd.leadingZeros(32);
-        if (prefix > kMaxLevelPrefix) return false;
-        rd.skip(prefix + 1);
-        int suffixSize = prefix >= 15 ? prefix - 3 : (prefix == 14 && suffixLength == 0 ? 4 : suffixLength);
-        int levelCode = std::min(15, prefix) << suffixLength;
-        if (suffixSize) levelCode += static_cast<int>(rd.read(suffixSize));
-        if (prefix >= 15 && suffixLength == 0) levelCode += 15;
-        if (prefix >= 16) levelCode += (1 << (prefix - 3)) - 4096;
-        if (i == t1 && t1 < 3) levelCode += 2;
-        int v = levelCode & 1 ? (-levelCode - 1) >> 1 : (levelCode + 2) >> 1;
-        level[i] = v;
-        if (suffixLength == 0) suffixLength = 1;
-        if (std::abs(v) > (3 << (suffixLength - 1)) && suffixLength < 6) ++suffixLength;
+        uint32_t w = rd.peek(32);
+        int prefix = w ? __builtin_clz(w) : 32;
+        int levelCode;
+        if (__builtin_expect(prefix < 14, 1)) {
+            // prefix, stop bit and at most 6 suffix bits all lie in w.
+            uint32_t rest = w << prefix << 1;
+            levelCode = (prefix << suffixLength) + static_cast<int>(static_cast<uint64_t>(rest) >> (32 - suffixLength));
+            rd.skip(prefix + 1 + suffixLength);
+        } else if (!decodeEscapedLevel(rd, prefix, suffixLength, levelCode)) {
+            return false;
+        }
+        levelCode += bump;
+        bump = 0;
+        int mag = (levelCode >> 1) + 1;
+        int neg = -(levelCode & 1);
+        level[i] = (mag ^ neg) - neg;
+        suffixLength += suffixLength == 0;
+        suffixLength += (mag > (3 << (suffixLength - 1))) & (suffixLength < 6);
     }
     return true;
 }
 
+constexpr int kNullTable = -2;
+
+// run_before through the caller's packed tables.
+struct CallerRuns {
+    const Mox32s* const* tables;
+    MOX_INLINE int operator()(WordReader& rd, int z) const {
+        const Mox32s* t = tables[z < 7 ? z : 7];
+        if (!t) return kNullTable;
+        int run = decodeVlc(rd, t);
+        return run < 0 ? kInvalid : std::min(run, z);
+    }
+};
+
+// run_before of the standard's tables: a 3-bit look-up while fewer than seven
+// zeros are left, else 111..001 for runs 0..6 and a unary tail for 7..14.
+struct BuiltinRuns {
+    MOX_INLINE int operator()(WordReader& rd, int z) const {
+        uint32_t b3 = rd.peek(3);
+        if (z < 7) {
+            unsigned e = mox::h264::kRunLut[z][b3];
+            rd.skip(e >> 4);
+            return e & 15;
+        }
+        if (b3) {
+            rd.skip(3);
+            return 7 - static_cast<int>(b3);
+        }
+        int zeros = rd.leadingZeros(11);
+        if (zeros == 11) return kInvalid;
+        rd.skip(zeros + 1);
+        return std::min(zeros + 4, z);
+    }
+};
+
 // Levels, total_zeros and run_before of a block with TotalCoeff tc of at
 // most maxCoeff coefficients; positions are scan indices 0..maxCoeff-1.
-Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, const Mox32s* const* tzTables,
-                      const Mox32s* const* runTables, Block& b) {
+template <class Runs>
+MOX_INLINE Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, const Mox32s* const* tzTables, Runs runs,
+                      Block& b) {
     if (t1 > tc || tc > maxCoeff) return Result::Corrupt;
     if (!decodeLevels(rd, tc, t1, b.level)) return Result::Corrupt;
     int z = 0;
@@ -96,20 +160,28 @@ Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, const Mox32s
         z = decodeVlc(rd, t);
         if (z == kInvalid || tc + z > maxCoeff) return Result::Corrupt;
     }
-    for (int i = 0; i < tc; ++i) {
-        int c = tc - i, run = z;
-        if (c > 1 && z > 0) {
-            const Mox32s* t = runTables[std::min(z, 7)];
-            if (!t) return Result::NullTable;
-            run = decodeVlc(rd, t);
-            if (run == kInvalid) return Result::Corrupt;
-            run = std::min(run, z);
-        }
-        b.scanPos[i] = c - 1 + z;
+    // Coefficient i of the coded order sits at (tc - 1 - i) + zerosLeft; once
+    // no zeros are left the rest are consecutive.
+    int pos = tc - 1 + z;
+    int i = 0;
+    for (int last = tc - 1; i < last && z > 0; ++i) {
+        int run = runs(rd, z);
+        if (run < 0) return run == kNullTable ? Result::NullTable : Result::Corrupt;
+        b.scanPos[i] = pos;
+        pos -= run + 1;
         z -= run;
     }
+    for (; i < tc; ++i) b.scanPos[i] = pos--;
     b.count = tc;
     return Result::Ok;
+}
+
+// The standard's own run_before tables take the look-up path.
+Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, const Mox32s* const* tzTables,
+                      const Mox32s* const* runTables, Block& b) {
+    if (runTables == mox::h264::kCavlcTables.runBefore)
+        return decodeResidual(rd, tc, t1, maxCoeff, tzTables, BuiltinRuns{}, b);
+    return decodeResidual(rd, tc, t1, maxCoeff, tzTables, CallerRuns{runTables}, b);
 }
 
 MoxStatus statusOf(Result r) { return r == Result::NullTable ? moxStsNullPtrErr : moxStsBitstreamErr; }

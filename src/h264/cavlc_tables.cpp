@@ -97,9 +97,10 @@ constexpr MoxCAVLCTables_H264 makeTables() {
     return t;
 }
 
-constexpr MoxCAVLCTables_H264 kTables = makeTables();
-
 }  // namespace
+
+constexpr MoxCAVLCTables_H264 kCavlcTables = makeTables();
+
 }  // namespace mox::h264
 
-extern "C" MOXAPI const MoxCAVLCTables_H264* moxiGetCAVLCTables_H264(void) { return &mox::h264::kTables; }
+extern "C" MOXAPI const MoxCAVLCTables_H264* moxiGetCAVLCTables_H264(void) { return &mox::h264::kCavlcTables; }

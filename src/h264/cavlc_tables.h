@@ -146,4 +146,29 @@ inline constexpr unsigned char kRunBeforeBits[7][15] = {
     {1, 0}, {1, 1, 0}, {3, 2, 1, 0}, {3, 2, 1, 1, 0}, {3, 2, 3, 2, 1, 0}, {3, 0, 1, 3, 2, 5, 4},
     {7, 6, 5, 4, 3, 2, 1, 1, 1, 1, 1, 1, 1, 1, 1}};
 
+// run_before for zerosLeft 1..6 looked up on the next 3 bits: entry = length << 4 | run.
+// Those six code sets are complete, so every 3-bit pattern starts a code.
+constexpr std::array<std::array<unsigned char, 8>, 7> makeRunLut() {
+    std::array<std::array<unsigned char, 8>, 7> lut{};
+    for (int z = 1; z <= 6; ++z) {
+        for (unsigned v = 0; v < 8; ++v) {
+            int found = 0;
+            for (int run = 0; run <= z; ++run) {
+                int len = kRunBeforeLen[z - 1][run];
+                if ((v >> (3 - len)) == kRunBeforeBits[z - 1][run]) {
+                    lut[z][v] = static_cast<unsigned char>(len << 4 | run);
+                    ++found;
+                }
+            }
+            if (found != 1) throw "run_before code set is not complete and prefix-free";
+        }
+    }
+    return lut;
+}
+inline constexpr auto kRunLut = makeRunLut();
+
+// The tables handed out by moxiGetCAVLCTables_H264; decoders recognise them
+// and use the look-ups above instead of walking the packed form.
+extern const MoxCAVLCTables_H264 kCavlcTables;
+
 }  // namespace mox::h264
