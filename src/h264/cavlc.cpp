@@ -177,7 +177,7 @@ MOX_INLINE Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, c
 }
 
 // The standard's own run_before tables take the look-up path.
-Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, const Mox32s* const* tzTables,
+MOX_INLINE Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, const Mox32s* const* tzTables,
                       const Mox32s* const* runTables, Block& b) {
     if (runTables == mox::h264::kCavlcTables.runBefore)
         return decodeResidual(rd, tc, t1, maxCoeff, tzTables, BuiltinRuns{}, b);

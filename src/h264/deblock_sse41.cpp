@@ -251,6 +251,10 @@ MOX_INLINE void store8x2(Mox8u* lo, Mox8u* hi, __m128i v) {
     _mm_storel_epi64(reinterpret_cast<__m128i*>(lo), v);
     _mm_storeh_pi(reinterpret_cast<__m64*>(hi), _mm_castsi128_ps(v));
 }
+MOX_INLINE void store32(Mox8u* p, __m128i v) {
+    const uint32_t x = static_cast<uint32_t>(_mm_cvtsi128_si32(v));
+    std::memcpy(p, &x, 4);
+}
 
 // ---------------------------------------------------------------- luma
 
@@ -279,10 +283,19 @@ void lumaVer(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mo
     if ((load32(bs) | load32(bs + 4) | load32(bs + 8) | load32(bs + 12)) == 0) return;
     const Broadcast cls[2] = {broadcast(limits(alpha[0], beta[0])), broadcast(limits(alpha[1], beta[1]))};
     __m128i c[24], r[16];
+    // With edge 0 off, columns -4..-1 (perhaps outside the picture) are
+    // neither read nor written: they enter as zeros and are not stored.
+    const bool edge0 = load32(bs) != 0;
     for (int b = 0; b < 3; ++b) {  // columns -4..3, 4..11, 8..15
         const int x = b == 2 ? 8 : 8 * b - 4;
-        #pragma GCC unroll 16
-        for (int y = 0; y < 16; ++y) r[y] = simd::load<8>(row(p, step, y) + x);
+        if (b == 0 && !edge0) {
+            #pragma GCC unroll 16
+            for (int y = 0; y < 16; ++y)
+                r[y] = _mm_slli_si128(_mm_cvtsi32_si128(static_cast<int>(load32(row(p, step, y)))), 4);
+        } else {
+            #pragma GCC unroll 16
+            for (int y = 0; y < 16; ++y) r[y] = simd::load<8>(row(p, step, y) + x);
+        }
         transpose16x8(r, c + (b == 2 ? 12 : 8 * b));
     }
     bool changed = false;
@@ -297,6 +310,14 @@ void lumaVer(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mo
     for (int b = 0; b < 3; ++b) {
         const int x = b == 2 ? 8 : 8 * b - 4;
         transpose8x16(c + (b == 2 ? 12 : 8 * b), o);
+        if (b == 0 && !edge0) {
+            #pragma GCC unroll 16
+            for (int k = 0; k < 8; ++k) {
+                store32(row(p, step, 2 * k), _mm_srli_si128(o[k], 4));
+                store32(row(p, step, 2 * k + 1), _mm_srli_si128(o[k], 12));
+            }
+            continue;
+        }
         #pragma GCC unroll 16
         for (int k = 0; k < 8; ++k) store8x2(row(p, step, 2 * k) + x, row(p, step, 2 * k + 1) + x, o[k]);
     }
@@ -338,11 +359,17 @@ MOX_INLINE Lanes chromaLanes(const Mox8u* alpha, const Mox8u* beta, const Mox8u*
 void chromaHor(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mox8u* tc0, const Mox8u* bs) {
     if ((load32(bs) | load32(bs + 8)) == 0) return;
     const Lanes L = chromaLanes(alpha, beta, tc0, bs);
-    auto ld = [&](int y) { return simd::load8x2(row(p, step, y), row(p, step, y + 4)); };
+    // With edge 0 off, rows -2 and -1 (perhaps outside the picture) are
+    // neither read nor written: edge 1's rows stand in for them.
+    const bool edge0 = load32(bs) != 0;
+    auto ld = [&](int y) { return simd::load8x2(row(p, step, y < 0 && !edge0 ? y + 4 : y), row(p, step, y + 4)); };
     const __m128i p1 = ld(-2), q1 = ld(1);
     __m128i p0 = ld(-1), q0 = ld(0);
     if (!chromaFilter(p1, p0, q0, q1, L)) return;
-    store8x2(row(p, step, -1), row(p, step, 3), p0);
+    if (edge0)
+        store8x2(row(p, step, -1), row(p, step, 3), p0);
+    else
+        _mm_storeh_pi(reinterpret_cast<__m64*>(row(p, step, 3)), _mm_castsi128_ps(p0));
     store8x2(row(p, step, 0), row(p, step, 4), q0);
 }
 
@@ -350,9 +377,19 @@ void chromaVer(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const 
     if ((load32(bs) | load32(bs + 8)) == 0) return;
     const Lanes L = chromaLanes(alpha, beta, tc0, bs);
     Mox8u* q = p - 2;  // columns -2..5 hold p1..q1 of both edges
-    __m128i in[4], c[4];
+    // With edge 0 off, columns -2 and -1 (perhaps outside the picture) are
+    // neither read nor written: columns 0..7 are loaded and shifted into place.
+    const bool edge0 = load32(bs) != 0;
+    __m128i in[4], c[4], orig[4];
     #pragma GCC unroll 16
-    for (int k = 0; k < 4; ++k) in[k] = simd::load8x2(row(q, step, 2 * k), row(q, step, 2 * k + 1));
+    for (int k = 0; k < 4; ++k) {
+        if (edge0) {
+            in[k] = orig[k] = simd::load8x2(row(q, step, 2 * k), row(q, step, 2 * k + 1));
+        } else {
+            orig[k] = simd::load8x2(row(p, step, 2 * k), row(p, step, 2 * k + 1));
+            in[k] = _mm_slli_epi64(orig[k], 16);
+        }
+    }
     transpose8x8(in, c);
     const __m128i p1 = _mm_unpacklo_epi64(c[0], c[2]), q1 = _mm_unpackhi_epi64(c[1], c[3]);
     __m128i p0 = _mm_unpackhi_epi64(c[0], c[2]), q0 = _mm_unpacklo_epi64(c[1], c[3]);
@@ -362,6 +399,13 @@ void chromaVer(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const 
     c[1] = _mm_unpacklo_epi64(q0, q1);
     c[3] = _mm_unpackhi_epi64(q0, q1);
     transpose8x8(c, in);
+    if (!edge0) {
+        // Columns 0..5 back in place, columns 6 and 7 as they were.
+        #pragma GCC unroll 16
+        for (int k = 0; k < 4; ++k)
+            store8x2(row(p, step, 2 * k), row(p, step, 2 * k + 1), _mm_blend_epi16(_mm_srli_epi64(in[k], 16), orig[k], 0x88));
+        return;
+    }
     #pragma GCC unroll 16
     for (int k = 0; k < 4; ++k) store8x2(row(q, step, 2 * k), row(q, step, 2 * k + 1), in[k]);
 }

@@ -362,6 +362,50 @@ TEST(Deblock, MbaffAlphaZeroReadsNothing8u) {
     expectUntouched(moxStsNoErr, [&] { return moxiFilterDeblockingChromaVerEdgeMBAFF_H264_16u_C1IR(&d); }, {g16});
 }
 
+// A macroblock at the picture's left or top edge is filtered with the
+// strengths of edge 0 all zero: the samples beyond that edge may not exist,
+// so they must be neither read nor written. The macroblock's first row
+// starts a page whose predecessor is unreadable.
+TEST(Deblock, ZeroOuterEdgeStaysInsidePicture8u) {
+    const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    void* m = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(m, MAP_FAILED);
+    Mox8u* base = static_cast<Mox8u*>(m);
+    ASSERT_EQ(mprotect(base, page, PROT_NONE), 0);
+    Mox8u* mb = base + page;
+    const int step = 64;
+    const Mox8u alpha[2] = {255, 255}, beta[2] = {255, 255};
+    Mox8u bs[16], tc0[16];
+    for (int i = 0; i < 16; ++i) {
+        bs[i] = i < 4 ? 0 : static_cast<Mox8u>(1 + i % 4);
+        tc0[i] = 2;
+    }
+    using Fn = MoxStatus (*)(Mox8u*, Mox32s, const Mox8u*, const Mox8u*, const Mox8u*, const Mox8u*);
+    const struct {
+        const char* name;
+        Fn f;
+        bool luma, vertical;
+    } forms[] = {{"luma vertical", moxiFilterDeblockingLuma_VerEdge_H264_8u_C1IR, true, true},
+                 {"luma horizontal", moxiFilterDeblockingLuma_HorEdge_H264_8u_C1IR, true, false},
+                 {"chroma vertical", moxiFilterDeblockingChroma_VerEdge_H264_8u_C1IR, false, true},
+                 {"chroma horizontal", moxiFilterDeblockingChroma_HorEdge_H264_8u_C1IR, false, false}};
+    for (const auto& form : forms) {
+        // Stripes, so that the inner edges are filtered; the model gives the result.
+        const int size = form.luma ? 16 : 8;
+        Mox8u want[16 * 16];
+        for (int y = 0; y < size; ++y)
+            for (int x = 0; x < size; ++x) mb[y * step + x] = want[y * 16 + x] = static_cast<Mox8u>(((x + y) & 4) ? 90 : 100);
+        if (form.luma)
+            ref::deblockLuma(want, 16, form.vertical, alpha, beta, tc0, bs, 255);
+        else
+            ref::deblockChroma(want, 16, form.vertical, 1, alpha, beta, tc0, bs, 255);
+        ASSERT_EQ(form.f(mb, step, alpha, beta, tc0, bs), moxStsNoErr) << form.name;
+        for (int y = 0; y < size; ++y)
+            for (int x = 0; x < size; ++x) ASSERT_EQ(mb[y * step + x], want[y * 16 + x]) << form.name << " " << x << "," << y;
+    }
+    munmap(m, 2 * page);
+}
+
 TEST(Deblock, Chroma422MbaffNotImplemented) {
     Guarded<Mox8u> g8(24, 24);
     Guarded<Mox16u> g16(24, 24);
