@@ -60,7 +60,7 @@ const int kRegistered = [] {
     for (SumsDiff c : {SumsDiff{"SumsDiff16x16Blocks4x4_8u16s", moxiSumsDiff16x16Blocks4x4_8u16s_C1},
                        SumsDiff{"SumsDiff8x8Blocks4x4_8u16s", moxiSumsDiff8x8Blocks4x4_8u16s_C1}}) {
         for (bool withDiff : {true, false})
-            add(std::string(c.name) + (withDiff ? "/diff" : "/sums"), [c, p8, s8, withDiff] {
+            add(std::string(c.name) + (withDiff ? "/diff" : "/sums"), [c, p8, withDiff] {
                 alignas(16) Mox16s sums[16], diff[256];
                 c.fn(p8->a.data(), s8, p8->b.data(), s8, sums, withDiff ? diff : nullptr);
                 benchmark::DoNotOptimize(sums);
@@ -74,45 +74,45 @@ const int kRegistered = [] {
     };
     for (Single c : {Single{"MeanAbsDev8x8_8u32s", moxiMeanAbsDev8x8_8u32s_C1R},
                      Single{"MeanAbsDev16x16_8u32s", moxiMeanAbsDev16x16_8u32s_C1R}})
-        add(c.name, [c, p8, s8] {
+        add(c.name, [c, p8] {
             Mox32s v;
             c.fn(p8->a.data() + 1, s8, &v);
             benchmark::DoNotOptimize(v);
         });
 
-    add("FrameFieldSAD16x16_8u32s", [p8, s8] {
+    add("FrameFieldSAD16x16_8u32s", [p8] {
         Mox32s fr, fi;
         moxiFrameFieldSAD16x16_8u32s_C1R(p8->a.data() + 1, s8, &fr, &fi);
         benchmark::DoNotOptimize(fr);
         benchmark::DoNotOptimize(fi);
     });
-    add("FrameFieldSAD16x16_16s32s", [p16, s16] {
+    add("FrameFieldSAD16x16_16s32s", [p16] {
         Mox32s fr, fi;
         moxiFrameFieldSAD16x16_16s32s_C1R(reinterpret_cast<const Mox16s*>(p16->a.data() + 1), s16, &fr, &fi);
         benchmark::DoNotOptimize(fr);
         benchmark::DoNotOptimize(fi);
     });
 
-    add("SAT8x8D_8u32s", [p8, s8] {
+    add("SAT8x8D_8u32s", [p8] {
         Mox32s v;
         moxiSAT8x8D_8u32s_C1R(p8->a.data() + 1, s8, p8->b.data() + 2, s8, &v);
         benchmark::DoNotOptimize(v);
     });
-    add("SAT8x8D_16u32s", [p16, s16] {
+    add("SAT8x8D_16u32s", [p16] {
         Mox32s v;
         moxiSAT8x8D_16u32s_C1R(p16->a.data() + 1, s16, p16->b.data() + 2, s16, &v);
         benchmark::DoNotOptimize(v);
     });
 
     for (int mc : kPositions)
-        add(at("SqrDiff16x16_8u32s", mc), [p8, s8, mc] {
+        add(at("SqrDiff16x16_8u32s", mc), [p8, mc] {
             Mox32s v;
             moxiSqrDiff16x16_8u32s(p8->a.data(), s8, p8->b.data() + 3, s8, &v, mc);
             benchmark::DoNotOptimize(v);
         });
     for (int mcF : kPositions)
         for (int mcB : kPositions)
-            add(at("SqrDiff16x16B_8u32s", mcF) + "/mc" + std::to_string(mcB), [p8, s8, mcF, mcB] {
+            add(at("SqrDiff16x16B_8u32s", mcF) + "/mc" + std::to_string(mcB), [p8, mcF, mcB] {
                 Mox32s v;
                 moxiSqrDiff16x16B_8u32s(p8->a.data(), s8, p8->b.data() + 3, s8, mcF, p8->c.data() + 7, s8, mcB, &v);
                 benchmark::DoNotOptimize(v);
@@ -125,19 +125,19 @@ const int kRegistered = [] {
     for (VarMean c : {VarMean{"VarMeanDiff16x16_8u32s", moxiVarMeanDiff16x16_8u32s_C1R},
                       VarMean{"VarMeanDiff16x8_8u32s", moxiVarMeanDiff16x8_8u32s_C1R}})
         for (int mc : kPositions)
-            add(at(c.name, mc), [c, p8, s8, mc] {
+            add(at(c.name, mc), [c, p8, mc] {
                 alignas(16) Mox32s var[4], mean[4];
                 c.fn(p8->a.data(), s8, p8->b.data() + 3, s8, var, mean, mc);
                 benchmark::DoNotOptimize(var);
                 benchmark::DoNotOptimize(mean);
             });
 
-    add("EdgesDetect16x16_8u", [p8, s8] {
+    add("EdgesDetect16x16_8u", [p8] {
         Mox8u v;
         moxiEdgesDetect16x16_8u_C1R(p8->a.data() + 1, s8, 64, 100, &v);
         benchmark::DoNotOptimize(v);
     });
-    add("EdgesDetect16x16_16u", [p16, s16] {
+    add("EdgesDetect16x16_16u", [p16] {
         Mox8u v;
         moxiEdgesDetect16x16_16u_C1R(p16->a.data() + 1, s16, 16384, 100, &v);
         benchmark::DoNotOptimize(v);

@@ -654,7 +654,7 @@ typedef struct {
     Mox32s srcStep;
     Mox8u* pDst[2];         /* luma: [0]; chroma: U, V */
     Mox32s dstStep;
-    MoxiSize sizeFrame;     /* picture width and height in samples of this plane */
+    MoxiSize sizeFrame;     /* picture width and height in samples of this plane, at least 1 x 1 (else moxStsSizeErr) */
     MoxiSize sizeBlock;
     struct { Mox32s x, y; } pointBlockPos;
     struct { Mox32s x, y; } pointVector; /* quarter (luma) or eighth (chroma) samples */
@@ -692,11 +692,146 @@ typedef struct {
 
 /* 16-bit luma, samples below 1 << bitDepth (8..14) and clamped to it; sizes 4/8/16 each, not 4x16 or 16x4. */
 MOXAPI MoxStatus moxiInterpolateLuma_H264_16u_C1R(const MoxVCInterpolate_16u* pParams, Mox32s bitDepth);
+/* 16-bit chroma, dx and dy eighth samples 0..7; width 2/4/8, height 2/4/8/16. */
+MOXAPI MoxStatus moxiInterpolateChroma_H264_16u_C1R(const MoxVCInterpolate_16u* pParams, Mox32s bitDepth);
+/* 16-bit counterparts of the Top and Bottom forms above; checks as the 16-bit plain forms. */
+MOXAPI MoxStatus moxiInterpolateLumaTop_H264_16u_C1R(const MoxVCInterpolate_16u* pParams, Mox32s outPixels, Mox32s bitDepth);
+MOXAPI MoxStatus moxiInterpolateLumaBottom_H264_16u_C1R(const MoxVCInterpolate_16u* pParams, Mox32s outPixels, Mox32s bitDepth);
+MOXAPI MoxStatus moxiInterpolateChromaTop_H264_16u_C1R(const MoxVCInterpolate_16u* pParams, Mox32s outPixels, Mox32s bitDepth);
+MOXAPI MoxStatus moxiInterpolateChromaBottom_H264_16u_C1R(const MoxVCInterpolate_16u* pParams, Mox32s outPixels, Mox32s bitDepth);
 
-/* ================================================================== MPEG-4, H.263 and H.261 coefficient decoding and encoding */
+/* 16-bit block form record: as MoxVCInterpolateBlock_8u with steps in samples. */
+typedef struct {
+    const Mox16u* pSrc[2];  /* luma: [0]; chroma: U, V */
+    Mox32s srcStep;
+    Mox16u* pDst[2];        /* luma: [0]; chroma: U, V */
+    Mox32s dstStep;
+    MoxiSize sizeFrame;     /* picture width and height in samples of this plane */
+    MoxiSize sizeBlock;
+    struct { Mox32s x, y; } pointBlockPos;
+    struct { Mox32s x, y; } pointVector; /* quarter (luma) or eighth (chroma) samples */
+} MoxVCInterpolateBlock_16u;
+
+/* 16-bit luma block, edges repeated; block sizes as moxiInterpolateLuma_H264_16u_C1R. */
+MOXAPI MoxStatus moxiInterpolateLumaBlock_H264_16u_P1R(const MoxVCInterpolateBlock_16u* pParams, Mox32s bitDepth);
+/* 16-bit chroma planes U, V of a block, edges repeated; block sizes as moxiInterpolateChroma_H264_16u_C1R. */
+MOXAPI MoxStatus moxiInterpolateChromaBlock_H264_16u_P2R(const MoxVCInterpolateBlock_16u* pParams, Mox32s bitDepth);
+
+/* Whole-partition record of a 4:2:0 picture: one luma vector predicts luma and both chroma planes. */
+typedef struct {
+    const Mox8u* pSrc[3];   /* Y, U, V at the picture's top-left sample (P2P1R: Y, interleaved U/V, unused) */
+    Mox32s srcStep[2];      /* luma, chroma */
+    Mox8u* pDst[3];         /* Y, U, V */
+    Mox32s dstStep[2];      /* luma, chroma */
+    MoxiSize sizeFrame;     /* luma picture; chroma planes hold (width + 1) / 2 x (height + 1) / 2 */
+    MoxiSize sizeBlock;     /* luma block, sizes as moxiInterpolateLuma_H264_8u_C1R */
+    struct { Mox32s x, y; } pointBlockPos; /* luma samples */
+    struct { Mox32s x, y; } pointVector;   /* quarter luma samples: eighth chroma samples at half the position */
+} MoxVCInterpolateBlockYUV_8u;
+
+/* Luma and chroma of a partition from a picture with interleaved U/V (pSrc[1]) into three planes. */
+MOXAPI MoxStatus moxiInterpolateBlock_H264_8u_P2P1R(const MoxVCInterpolateBlockYUV_8u* pParams);
+/* Luma and chroma of a partition from a three-plane picture into three planes. */
+MOXAPI MoxStatus moxiInterpolateBlock_H264_8u_P3P1R(const MoxVCInterpolateBlockYUV_8u* pParams);
+
+/* ================================================================== MPEG-4, H.263 and H.261 coefficient decoding and encoding
+ * Byte cursor: *ppBitStream points at the current byte, *pBitOffset (0..7) counts its bits
+ * already used, most significant first. Decoders read at most one byte beyond the byte that
+ * holds the block's last bit; on success the cursor names the first bit after the block.
+ * pCoef: 64 coefficients in raster order, cleared first; *pIndxLastNonZero: scan position of
+ * the last coefficient written (-1: none). On moxStsVLCErr the cursor is unchanged, the
+ * coefficients already decoded stay and *pIndxLastNonZero holds the last position reached.
+ * Scan: 0 zigzag, 1 alternate vertical, 2 alternate horizontal (intra only), other: raster.
+ * Encoders write the non-zero coefficients after the start position in scan order (nothing
+ * for an empty block) and leave the bits after the last one of the last byte zero. */
+#define MOX_SCAN_ZIGZAG   0
+#define MOX_SCAN_ALT_VERT 1
+#define MOX_SCAN_ALT_HORZ 2
+#define MOX_SCAN_NONE     3
+#define MOX_BLOCK_LUMA    0  /* MPEG-4 intra DC size table B-13 */
+#define MOX_BLOCK_CHROMA  1  /* any non-zero value: table B-14 */
+
+/* MPEG-4 intra block, Table B-16 (three escapes) or, rvlcFlag != 0, Table B-23 forward; dcPresent != 0 keeps pCoef[0] and starts after it. */
+MOXAPI MoxStatus moxiDecodeCoeffsIntra_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int rvlcFlag, int dcPresent, int scan);
+/* MPEG-4 inter block, Table B-17 or Table B-23 forward; scan 0 or 1, any other value raster. */
+MOXAPI MoxStatus moxiDecodeCoeffsInter_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int rvlcFlag, int scan);
+/* Table B-23 read backward from the bit after the block's last code to the bit after the preceding block's last code (last = 1, read, plus at most one byte before it); coefficients in scan order. */
+MOXAPI MoxStatus moxiDecodeCoeffsIntraRVLCBack_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int dcPresent);
+MOXAPI MoxStatus moxiDecodeCoeffsInterRVLCBack_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero);
+/* dct_dc_size (blockType MOX_BLOCK_LUMA or MOX_BLOCK_CHROMA) and dct_dc_differential, marker checked above size 8: *pDC = the differential. */
+MOXAPI MoxStatus moxiDecodeDCIntra_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pDC, int blockType);
+/* Inter block (as DecodeCoeffsInter) inverse-quantised: pQMatrix NULL: 2nd method, else 1st with the 64 raster-order weights and mismatch control; clamped to -2048..2047. */
+MOXAPI MoxStatus moxiReconstructCoeffsInter_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int rvlcFlag, int scan, int QP, const Mox8u* pQMatrix);
+/* H.263 inter TCOEF; modQ != 0: Annex T escape (LEVEL -128 then an 11-bit EXTENDED-LEVEL). */
+MOXAPI MoxStatus moxiDecodeCoeffsInter_H263_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int modQFlag, int scan);
+/* H.263 intra: advIntra 0 keeps pCoef[0] (INTRADC) and starts at position 1; else Annex I Table I.2 from position 0. */
+MOXAPI MoxStatus moxiDecodeCoeffsIntra_H263_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int advIntraFlag, int modQFlag, int scan);
+/* 8-bit INTRADC: 0 and 128 are moxStsVLCErr, 255 gives 128. */
+MOXAPI MoxStatus moxiDecodeDCIntra_H263_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pDC);
+/* H.263 inter, |REC| = QP(2|L|+1), minus 1 for even QP, clamped to -2048..2047; zigzag. */
+MOXAPI MoxStatus moxiReconstructCoeffsInter_H263_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int QP, int modQFlag);
+/* H.263 intra: advIntra 0: pCoef[0] kept, AC as inter; 1, 2, 3: Annex I, |REC| = 2QP|L| from position 0, zigzag, alternate vertical, alternate horizontal scan. */
+MOXAPI MoxStatus moxiReconstructCoeffsIntra_H263_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int QP, int advIntraFlag, int modQFlag);
+/* H.261 TCOEFF in zigzag order up to EOB; intra reads the 8-bit DC first (stored as H.263 INTRADC), inter takes a first 1s as run 0 level 1. */
+MOXAPI MoxStatus moxiDecodeCoeffsIntra_H261_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero);
+MOXAPI MoxStatus moxiDecodeCoeffsInter_H261_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero);
+/* H.261 with REC = L*2QP +/- (QP odd ? QP : QP - 1) clamped to -2048..2047; intra DC = 8 * DC (255: 1024). */
+MOXAPI MoxStatus moxiReconstructCoeffsIntra_H261_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int QP);
+MOXAPI MoxStatus moxiReconstructCoeffsInter_H261_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int QP);
+
+/* Encoders mirror the decoders; a level no code can carry is moxStsOutOfRangeErr, checked before writing. */
+/* MPEG-4 intra, levels -2047..2047: table code, escape 1, 2 or 3 in that order; or Table B-23 (levels 1..2047 in size). */
+MOXAPI MoxStatus moxiEncodeCoeffsIntra_MPEG4_16s1u(Mox8u** ppBitStream, int* pBitOffset, const Mox16s* pCoef, int rvlcFlag, int dcPresent, int scan);
+MOXAPI MoxStatus moxiEncodeCoeffsInter_MPEG4_16s1u(Mox8u** ppBitStream, int* pBitOffset, const Mox16s* pCoef, int rvlcFlag, int scan);
+/* dct_dc_size and dct_dc_differential of dc in -4095..4095 (marker above size 8). */
+MOXAPI MoxStatus moxiEncodeDCIntra_MPEG4_16s1u(Mox8u** ppBitStream, int* pBitOffset, Mox16s dc, int blockType);
+/* H.263 levels -127..127, with modQ -1024..1023 (Annex T extended escape). */
+MOXAPI MoxStatus moxiEncodeCoeffsIntra_H263_16s1u(Mox8u** ppBitStream, int* pBitOffset, const Mox16s* pCoef, int advIntraFlag, int modQFlag, int scan);
+MOXAPI MoxStatus moxiEncodeCoeffsInter_H263_16s1u(Mox8u** ppBitStream, int* pBitOffset, const Mox16s* pCoef, int modQFlag, int scan);
+/* INTRADC 1..254; 128 is written as 255. */
+MOXAPI MoxStatus moxiEncodeDCIntra_H263_16s1u(Mox8u** ppBitStream, int* pBitOffset, Mox16s dc);
 /* (end of section: MPEG-4, H.263 and H.261 coefficient decoding and encoding) */
 
-/* ================================================================== MPEG-4 and H.263 quantisation and inverse quantisation */
+/* ================================================================== MPEG-4 and H.263 quantisation and inverse quantisation
+ * One 8x8 block of Mox16s in raster order, in place. Checks: null pointers, then (MPEG-4) the record's
+ * mark (moxStsContextMatchErr), then QP (moxStsQPErr: 1..31 for H.263, 1..2^(b-3)-1 for bit depth b),
+ * then (H.263 inverse) a negative last index (moxStsOutOfRangeErr). Inverse quantisers touch raster
+ * rows 0 .. last / 8 only (a last index above 63 counts as 63). H.263 reconstructs sign(c)(2 QP |c| +
+ * adj), adj = QP odd ? QP : QP - 1 (0 with advanced intra, Annex I, DC included), clamped to
+ * -2048..2047; the Annex T flag changes no arithmetic. Forward levels are floor(a / (2 QP)) exactly:
+ * inter a = |c| - QP/2 (not below 0), intra AC a = |c|, advanced intra a = |c| + QP; magnitudes
+ * clamped to 127 when QP < 8 without Annex T (advanced intra: whenever Annex T is off). *pCount
+ * receives the number of non-zero levels among the 64. */
+/* H.263 forward inter quantisation. */
+MOXAPI MoxStatus moxiQuantInter_H263_16s_C1I(Mox16s* pSrcDst, int QP, int* pCount, int modQuantFlag);
+/* H.263 forward intra quantisation; without advanced intra the DC becomes (DC + 4) >> 3, 0 -> 1, 255 -> 254. */
+MOXAPI MoxStatus moxiQuantIntra_H263_16s_C1I(Mox16s* pSrcDst, int QP, int* pCount, int advIntraFlag, int modQuantFlag);
+/* H.263 inverse inter quantisation. */
+MOXAPI MoxStatus moxiQuantInvInter_H263_16s_C1I(Mox16s* pSrcDst, int indxLastNonZero, int QP, int modQuantFlag);
+/* H.263 inverse intra quantisation; without advanced intra the DC becomes DC * 8 and a last index of 0 leaves the AC alone. */
+MOXAPI MoxStatus moxiQuantInvIntra_H263_16s_C1I(Mox16s* pSrcDst, int indxLastNonZero, int QP, int advIntraFlag, int modQuantFlag);
+
+/* MPEG-4 state records live in caller memory of the size GetSize reports (156 bytes inverse, 412
+ * forward; the record starts at the pointer rounded up to 16). Init copies the weighting matrix
+ * (raster order; NULL selects the H.263 method) and the bit depth b (4..12, else moxStsOutOfRangeErr);
+ * a zero matrix entry gives moxStsQPErr. Reconstructed values saturate to -2^(b+3) .. 2^(b+3) - 1;
+ * forward levels to +-(2^(b+3) - 1). blockType 0 is luminance, any other value chrominance. */
+MOXAPI MoxStatus moxiQuantInvIntraGetSize_MPEG4(int* pSpecSize);
+MOXAPI MoxStatus moxiQuantInvInterGetSize_MPEG4(int* pSpecSize);
+MOXAPI MoxStatus moxiQuantIntraGetSize_MPEG4(int* pSpecSize);
+MOXAPI MoxStatus moxiQuantInterGetSize_MPEG4(int* pSpecSize);
+MOXAPI MoxStatus moxiQuantInvIntraInit_MPEG4(const Mox8u* pQuantMatrix, void* pSpec, int bitsPerPixel);
+MOXAPI MoxStatus moxiQuantInvInterInit_MPEG4(const Mox8u* pQuantMatrix, void* pSpec, int bitsPerPixel);
+MOXAPI MoxStatus moxiQuantIntraInit_MPEG4(const Mox8u* pQuantMatrix, void* pSpec, int bitsPerPixel);
+MOXAPI MoxStatus moxiQuantInterInit_MPEG4(const Mox8u* pQuantMatrix, void* pSpec, int bitsPerPixel);
+/* ISO/IEC 14496-2 clause 7.4.4 intra: DC x dc_scaler (Table 7-1), AC by the matrix method (2 c W QP / 16, mismatch control on coefficient 63) or the H.263 method. */
+MOXAPI MoxStatus moxiQuantInvIntra_MPEG4_16s_C1I(Mox16s* pCoeffs, int indxLastNonZero, const void* pSpec, int QP, int blockType);
+/* Inter: ((2 c + sign(c)) W QP) / 16 with mismatch control, or the H.263 method; a negative last index changes nothing. */
+MOXAPI MoxStatus moxiQuantInvInter_MPEG4_16s_C1I(Mox16s* pCoeffs, int indxLastNonZero, const void* pSpec, int QP);
+/* Forward intra: DC (|DC| + s/2) / s with the DC scaler s; AC floor((16|c|/W rounded + (3 QP + 2)/4) / (2 QP)) or |c| / (2 QP). */
+MOXAPI MoxStatus moxiQuantIntra_MPEG4_16s_C1I(Mox16s* pCoeffs, const void* pSpec, int QP, int* pCount, int blockType);
+/* Forward inter: floor((16|c|/W rounded) / (2 QP)) with the matrix, else the H.263 inter rule. */
+MOXAPI MoxStatus moxiQuantInter_MPEG4_16s_C1I(Mox16s* pCoeffs, const void* pSpec, int QP, int* pCount);
 /* (end of section: MPEG-4 and H.263 quantisation and inverse quantisation) */
 
 /* ================================================================== generic Huffman tables */
@@ -706,6 +841,110 @@ MOXAPI MoxStatus moxiInterpolateLuma_H264_16u_C1R(const MoxVCInterpolate_16u* pP
 /* (end of section: VC-1 quantisation and inverse quantisation) */
 
 /* ================================================================== VC-1 interpolation, inverse transforms, loop filter, overlap smoothing and range mapping */
+/* Quarter-sample interpolation record of the plain interpolators. */
+typedef struct {
+    const Mox8u* pSrc;      /* reference sample at the integer part of the vector (the block's top-left) */
+    Mox32s srcStep;
+    Mox8u* pDst;
+    Mox32s dstStep;
+    Mox32s dx, dy;          /* quarter-sample fractions 0..3 (taken modulo 4) */
+    MoxiSize size;          /* block width and height (C2R: width in U/V pairs) */
+    Mox32s rnd;             /* rounding control 0 or 1 (taken modulo 2) */
+} MoxVCQPInterpParams;
+
+/* Block record: the reference plane with its size, the block position, padding and intensity compensation. */
+typedef struct {
+    const Mox8u* pSrc;              /* top-left sample of the reference plane (field prediction: of the field) */
+    Mox32s srcStep;                 /* row step of the frame; doubled for field prediction */
+    Mox8u* pDst;
+    Mox32s dstStep;
+    const Mox8u* pTopFieldLut;      /* 256-entry intensity compensation of top-field (even) lines, or NULL */
+    const Mox8u* pBottomFieldLut;   /* 256-entry intensity compensation of bottom-field (odd) lines, or NULL */
+    MoxiSize frameSize;             /* reference picture size in frame lines (C2R: width in pairs) */
+    MoxiSize blockSize;
+    struct { Mox32s x, y; } blockPos;   /* integer block position, anywhere (outside samples repeat the edge) */
+    struct { Mox32s dx, dy; } quarterMv; /* quarter-sample fractions */
+    Mox32u keepFieldParity;         /* frame prediction: rows outside repeat the edge row of the same field */
+    Mox32u isFieldRef;              /* the reference is one field: row step doubled, height halved */
+    Mox32u rnd;
+    Mox32u isBottomField;           /* field prediction: the bottom-field table applies to the whole block */
+} MoxVCBlockICParams;
+
+/* Only null pointers fail (record, pSrc, pDst: moxStsNullPtrErr); sizes select kernels silently. */
+/* Bicubic: (w >> 4) + (h >> 4) 0 -> 8x8, 1 -> 16 wide x 8 high, else 16x16. */
+MOXAPI MoxStatus moxiInterpolateQPBicubic_VC1_8u_C1R(const MoxVCQPInterpParams* pParams);
+/* Bilinear: width 16 -> 16x16; width 8 -> 8x8 (height 8) or 8x4; else 4x4. */
+MOXAPI MoxStatus moxiInterpolateQPBilinear_VC1_8u_C1R(const MoxVCQPInterpParams* pParams);
+/* Bilinear on interleaved U/V pairs: width 8 -> 8x8 (height 8) or 8x4; else 4x4 pairs. */
+MOXAPI MoxStatus moxiInterpolateQPBilinear_VC1_8u_C2R(const MoxVCQPInterpParams* pParams);
+/* Block forms read only inside the plane: area x-1..x+w+1, y-1..y+h+1 with edges repeated and samples mapped through the tables. */
+/* Bicubic block form (sizes as the plain bicubic). */
+MOXAPI MoxStatus moxiInterpolateICBicubicBlock_VC1_8u_C1R(const MoxVCBlockICParams* pParams);
+/* Bilinear block form (sizes as the plain bilinear C1R). */
+MOXAPI MoxStatus moxiInterpolateICBilinearBlock_VC1_8u_C1R(const MoxVCBlockICParams* pParams);
+/* Bilinear block form on interleaved U/V pairs (sizes as the plain C2R). */
+MOXAPI MoxStatus moxiInterpolateICBilinearBlock_VC1_8u_C2R(const MoxVCBlockICParams* pParams);
+
+/* Inverse transforms, WxH = 8x8, 8x4 (8 wide, 4 high), 4x8, 4x4: rows (E + 4) >> 3, then columns (E + 64) >> 7, plus 1
+ * on the lower half of an 8-point column. Sums wrap at 16 bits before each shift (exact for conforming coefficients).
+ * Checks: null pointers, then steps of magnitude below 2W (coefficients) or W (samples) bytes -> moxStsStepErr (negative:
+ * bottom-up). pDst may be pSrc. */
+/* 8x8 residual of a raster-order coefficient block. */
+MOXAPI MoxStatus moxiTransform8x8Inv_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep);
+/* 8x4 residual (8-point rows, 4-point columns). */
+MOXAPI MoxStatus moxiTransform8x4Inv_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep);
+/* 4x8 residual (4-point rows, 8-point columns). */
+MOXAPI MoxStatus moxiTransform4x8Inv_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep);
+/* 4x4 residual. */
+MOXAPI MoxStatus moxiTransform4x4Inv_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep);
+/* 8x8 residual added to pPred, clamped to 0..255 into pDst (which may be pPred). */
+MOXAPI MoxStatus moxiTransform8x8InvAddPred_VC1_16s8u_C1R(const Mox16s* pSrc, Mox32s srcStep, const Mox8u* pPred, Mox32s predStep, Mox8u* pDst, Mox32s dstStep);
+/* 8x4 residual added to pPred, clamped. */
+MOXAPI MoxStatus moxiTransform8x4InvAddPred_VC1_16s8u_C1R(const Mox16s* pSrc, Mox32s srcStep, const Mox8u* pPred, Mox32s predStep, Mox8u* pDst, Mox32s dstStep);
+/* 4x8 residual added to pPred, clamped. */
+MOXAPI MoxStatus moxiTransform4x8InvAddPred_VC1_16s8u_C1R(const Mox16s* pSrc, Mox32s srcStep, const Mox8u* pPred, Mox32s predStep, Mox8u* pDst, Mox32s dstStep);
+/* 4x4 residual added to pPred, clamped. */
+MOXAPI MoxStatus moxiTransform4x4InvAddPred_VC1_16s8u_C1R(const Mox16s* pSrc, Mox32s srcStep, const Mox8u* pPred, Mox32s predStep, Mox8u* pDst, Mox32s dstStep);
+
+/* In-loop deblocking of one edge in place, lines in groups of 4 (bit g of edgeDisabledFlag skips group g); the third line
+ * of a group decides whether its other three are filtered, with threshold pQuant (PQUANT, 1..31, else
+ * moxStsOutOfRangeErr, checked after the null pointer). The step is not validated. */
+/* Luma vertical edge between columns -1 and 0 of pSrcDst, 16 rows. */
+MOXAPI MoxStatus moxiFilterDeblockingLuma_VerEdge_VC1_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s pQuant, Mox32u edgeDisabledFlag);
+/* Luma horizontal edge between rows -1 and 0 of pSrcDst, 16 columns. */
+MOXAPI MoxStatus moxiFilterDeblockingLuma_HorEdge_VC1_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s pQuant, Mox32u edgeDisabledFlag);
+/* Chroma vertical edge, 8 rows (bits 0 and 1). */
+MOXAPI MoxStatus moxiFilterDeblockingChroma_VerEdge_VC1_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s pQuant, Mox32u edgeDisabledFlag);
+/* Chroma horizontal edge, 8 columns (bits 0 and 1). */
+MOXAPI MoxStatus moxiFilterDeblockingChroma_HorEdge_VC1_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s pQuant, Mox32u edgeDisabledFlag);
+
+/* Overlap smoothing of the intra samples x0 x1 | x2 x3 of each line across one block edge (the edge before column or row 0
+ * of the pointer): ((7 0 0 1), (-1 7 1 1), (1 1 7 -1), (1 0 0 7) applied + r) >> 3 with r = (4, 3, 4, 3) on even lines and
+ * (3, 4, 3, 4) on odd ones, sums wrapping at 16 bits. Luma 16 lines, chroma 8; vertical edges come before horizontal ones.
+ * 16s8u forms write only the 4 smoothed samples of each line, as clamp(v + 128). Only null pointers are reported. */
+/* Luma vertical edge in place: columns -2..1 of 16 rows. */
+MOXAPI MoxStatus moxiSmoothingLuma_VerEdge_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep);
+/* Luma horizontal edge in place: rows -2..1 of 16 columns. */
+MOXAPI MoxStatus moxiSmoothingLuma_HorEdge_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep);
+/* Chroma vertical edge in place, 8 rows. */
+MOXAPI MoxStatus moxiSmoothingChroma_VerEdge_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep);
+/* Chroma horizontal edge in place, 8 columns. */
+MOXAPI MoxStatus moxiSmoothingChroma_HorEdge_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep);
+/* Luma vertical edge from 16-bit samples into the same positions around pDst in an 8-bit picture. */
+MOXAPI MoxStatus moxiSmoothingLuma_VerEdge_VC1_16s8u_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox8u* pDst, Mox32s dstStep);
+/* Luma horizontal edge into an 8-bit picture. */
+MOXAPI MoxStatus moxiSmoothingLuma_HorEdge_VC1_16s8u_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox8u* pDst, Mox32s dstStep);
+/* Chroma vertical edge into an 8-bit picture. */
+MOXAPI MoxStatus moxiSmoothingChroma_VerEdge_VC1_16s8u_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox8u* pDst, Mox32s dstStep);
+/* Chroma horizontal edge into an 8-bit picture. */
+MOXAPI MoxStatus moxiSmoothingChroma_HorEdge_VC1_16s8u_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox8u* pDst, Mox32s dstStep);
+
+/* Range mapping and reduction of a plane region (pDst may be pSrc). Checks: null pointers, size not positive
+ * (moxStsSizeErr), then the mapping value (moxStsOutOfRangeErr). */
+/* RANGE_MAPY / RANGE_MAPUV 0..7: clamp((((Y - 128) * (rangeMapValue + 9) + 4) >> 3) + 128). */
+MOXAPI MoxStatus moxiRangeMapping_VC1_8u_C1R(const Mox8u* pSrc, Mox32s srcStep, Mox8u* pDst, Mox32s dstStep, MoxiSize roiSize, Mox32s rangeMapValue);
+/* RANGEREDFRM scaling: scaleUp nonzero clamp((Y - 128) * 2 + 128), else ((Y - 128) >> 1) + 128. */
+MOXAPI MoxStatus moxiRangeReduction_VC1_8u_C1R(const Mox8u* pSrc, Mox32s srcStep, Mox8u* pDst, Mox32s dstStep, MoxiSize roiSize, Mox32s scaleUp);
 /* (end of section: VC-1 interpolation, inverse transforms, loop filter, overlap smoothing and range mapping) */
 
 #ifdef __cplusplus

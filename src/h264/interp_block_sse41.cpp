@@ -27,11 +27,11 @@ struct Axis {
     int size;       // samples in the area
 };
 
-inline Axis axis(int pos, int mv, int shift, int before, int extra, int blockSize) {
+inline Axis axis(int64_t pos, int64_t mv, int shift, int before, int extra, int blockSize) {
     Axis a;
-    a.frac = mv & ((1 << shift) - 1);
+    a.frac = static_cast<int>(mv & ((1 << shift) - 1));
     a.lead = a.frac ? before : 0;
-    a.start = static_cast<int64_t>(pos) + (mv >> shift) - a.lead;
+    a.start = pos + (mv >> shift) - a.lead;
     a.size = blockSize + (a.frac ? extra : 0);
     return a;
 }
@@ -84,21 +84,81 @@ void gather(const Mox8u* plane, int step, int pitch, const MoxiSize& frame, int6
 }
 
 // Runs `kernel(src, srcStep, dstOffsetRows, rows)` either on the picture
-// directly or on bands of a gathered copy of the area.
-template <class K>
-void run(const Mox8u* plane, int step, int pitch, const MoxiSize& frame, const Axis& ax, const Axis& ay, int extraRows,
-         int h, K&& kernel) {
+// directly or on bands of a gathered copy of the area. `pitch`: bytes per
+// sample group of the plane (steps are in bytes).
+template <class T, class K>
+void run(const T* plane, int step, int pitch, const MoxiSize& frame, const Axis& ax, const Axis& ay, int h,
+         K&& kernel) {
+    const auto* bytes = reinterpret_cast<const Mox8u*>(plane);
     if (inside(ax, ay, frame)) {
-        kernel(row(plane, step, static_cast<int>(ay.start + ay.lead)) + (ax.start + ax.lead) * pitch, step, 0, h);
+        const Mox8u* s = row(bytes, step, static_cast<int>(ay.start + ay.lead)) + (ax.start + ax.lead) * pitch;
+        kernel(reinterpret_cast<const T*>(s), step, 0, h);
         return;
     }
     alignas(16) Mox8u buf[(kBand + 5) * 64];
     constexpr int kBufStep = 64;
     for (int y0 = 0; y0 < h; y0 += kBand) {
         const int rows = std::min(kBand, h - y0);
-        gather(plane, step, pitch, frame, ax.start, ay.start + y0, ax.size, rows + extraRows, buf, kBufStep);
-        kernel(buf + ay.lead * kBufStep + ax.lead * pitch, kBufStep, y0, rows);
+        gather(bytes, step, pitch, frame, ax.start, ay.start + y0, ax.size, rows + ay.size - h, buf, kBufStep);
+        kernel(reinterpret_cast<const T*>(buf + ay.lead * kBufStep + ax.lead * pitch), kBufStep, y0, rows);
     }
+}
+
+// A vector's luma and chroma areas along one axis. Luma: quarter samples,
+// 2 samples of margin before and 3 after; chroma: eighth samples, 1 after.
+inline Axis lumaAxis(int64_t pos, int64_t mv, int size) { return axis(pos, mv, 2, 2, 5, size); }
+inline Axis chromaAxis(int64_t pos, int64_t mv, int size) { return axis(pos, mv, 3, 0, 1, size); }
+
+// A picture without samples has nothing to repeat at its edges.
+inline bool frameOk(const MoxiSize& f) { return f.width > 0 && f.height > 0; }
+inline bool lumaSize8u(int w, int h) { return (h & 3) == 0 && (w & ~0x1C) == 0; }
+inline bool chromaSize8u(int w, int h) { return (h & 1) == 0 && (w & ~0xE) == 0; }
+
+// The block forms of one sample type: luma and the chroma planes of a
+// record, each through run().
+template <class T>
+struct Block;
+
+template <>
+struct Block<Mox8u> {
+    static void luma(const Mox8u* s, int ss, Mox8u* d, int ds, int dx, int dy, int w, int h, int) {
+        interp::luma8u(s, ss, d, ds, dx, dy, w, h);
+    }
+    static void chroma(const Mox8u* s, int ss, Mox8u* d, int ds, int dx, int dy, int w, int h, int) {
+        interp::chroma8u(s, ss, d, ds, dx, dy, w, h);
+    }
+};
+
+template <>
+struct Block<Mox16u> {
+    static void luma(const Mox16u* s, int ss, Mox16u* d, int ds, int dx, int dy, int w, int h, int maxv) {
+        interp::luma16u(s, ss, d, ds, dx, dy, w, h, maxv);
+    }
+    static void chroma(const Mox16u* s, int ss, Mox16u* d, int ds, int dx, int dy, int w, int h, int maxv) {
+        interp::chroma16u(s, ss, d, ds, dx, dy, w, h, maxv);
+    }
+};
+
+// One plane: the block at (ax, ay) of `frame` into dst; steps in bytes.
+template <bool kLuma, class T>
+void plane(const T* src, int ss, T* dst, int ds, const MoxiSize& frame, const Axis& ax, const Axis& ay, int w,
+           int h, int maxv) {
+    run(src, ss, static_cast<int>(sizeof(T)), frame, ax, ay, h, [&](const T* s, int step, int y0, int rows) {
+        if constexpr (kLuma) Block<T>::luma(s, step, row(dst, ds, y0), ds, ax.frac, ay.frac, w, rows, maxv);
+        else Block<T>::chroma(s, step, row(dst, ds, y0), ds, ax.frac, ay.frac, w, rows, maxv);
+    });
+}
+
+// Luma (planes 1) or chroma (planes 2) block forms; unit: bytes per step unit.
+template <bool kLuma, class T, class R>
+void blockForm(const R& p, int unit, int maxv) {
+    const int w = p.sizeBlock.width, h = p.sizeBlock.height;
+    const Axis ax = kLuma ? lumaAxis(p.pointBlockPos.x, p.pointVector.x, w)
+                          : chromaAxis(p.pointBlockPos.x, p.pointVector.x, w);
+    const Axis ay = kLuma ? lumaAxis(p.pointBlockPos.y, p.pointVector.y, h)
+                          : chromaAxis(p.pointBlockPos.y, p.pointVector.y, h);
+    for (int c = 0; c < (kLuma ? 1 : 2); ++c)
+        plane<kLuma>(p.pSrc[c], p.srcStep * unit, p.pDst[c], p.dstStep * unit, p.sizeFrame, ax, ay, w, h, maxv);
 }
 
 }  // namespace
@@ -107,14 +167,8 @@ MOX_FN moxiInterpolateLumaBlock_H264_8u_P1R(const MoxVCInterpolateBlock_8u* pPar
     MOX_CHECK_PTRS(pParams);
     MOX_CHECK_PTRS(pParams->pSrc[0], pParams->pDst[0]);
     const MoxVCInterpolateBlock_8u& p = *pParams;
-    const int w = p.sizeBlock.width, h = p.sizeBlock.height;
-    MOX_CHECK((h & 3) == 0 && (w & ~0x1C) == 0, moxStsSizeErr);
-    if (h <= 0 || w == 0) return moxStsNoErr;
-    const Axis ax = axis(p.pointBlockPos.x, p.pointVector.x, 2, 2, 5, w);
-    const Axis ay = axis(p.pointBlockPos.y, p.pointVector.y, 2, 2, 5, h);
-    run(p.pSrc[0], p.srcStep, 1, p.sizeFrame, ax, ay, ay.size - h, h, [&](const Mox8u* s, int ss, int y0, int rows) {
-        interp::luma8u(s, ss, row(p.pDst[0], p.dstStep, y0), p.dstStep, ax.frac, ay.frac, w, rows);
-    });
+    MOX_CHECK(lumaSize8u(p.sizeBlock.width, p.sizeBlock.height) && frameOk(p.sizeFrame), moxStsSizeErr);
+    if (p.sizeBlock.height > 0 && p.sizeBlock.width > 0) blockForm<true, Mox8u>(p, 1, 255);
     return moxStsNoErr;
 }
 
@@ -122,16 +176,8 @@ MOX_FN moxiInterpolateChromaBlock_H264_8u_P2R(const MoxVCInterpolateBlock_8u* pP
     MOX_CHECK_PTRS(pParams);
     MOX_CHECK_PTRS(pParams->pSrc[0], pParams->pSrc[1], pParams->pDst[0], pParams->pDst[1]);
     const MoxVCInterpolateBlock_8u& p = *pParams;
-    const int w = p.sizeBlock.width, h = p.sizeBlock.height;
-    MOX_CHECK((h & 1) == 0 && (w & ~0xE) == 0, moxStsSizeErr);
-    if (h <= 0 || w == 0) return moxStsNoErr;
-    const Axis ax = axis(p.pointBlockPos.x, p.pointVector.x, 3, 0, 1, w);
-    const Axis ay = axis(p.pointBlockPos.y, p.pointVector.y, 3, 0, 1, h);
-    for (int c = 0; c < 2; ++c) {
-        run(p.pSrc[c], p.srcStep, 1, p.sizeFrame, ax, ay, ay.size - h, h, [&](const Mox8u* s, int ss, int y0, int rows) {
-            interp::chroma8u(s, ss, row(p.pDst[c], p.dstStep, y0), p.dstStep, ax.frac, ay.frac, w, rows);
-        });
-    }
+    MOX_CHECK(chromaSize8u(p.sizeBlock.width, p.sizeBlock.height) && frameOk(p.sizeFrame), moxStsSizeErr);
+    if (p.sizeBlock.height > 0 && p.sizeBlock.width > 0) blockForm<false, Mox8u>(p, 1, 255);
     return moxStsNoErr;
 }
 
@@ -140,16 +186,77 @@ MOX_FN moxiInterpolateChromaBlock_H264_8u_C2P2R(const MoxVCInterpolateBlock_8u* 
     MOX_CHECK_PTRS(pParams->pSrc[0], pParams->pDst[0], pParams->pDst[1]);
     const MoxVCInterpolateBlock_8u& p = *pParams;
     const int w = p.sizeBlock.width, h = p.sizeBlock.height;
-    MOX_CHECK((h & 1) == 0 && (w & ~0xE) == 0, moxStsSizeErr);
+    MOX_CHECK(chromaSize8u(w, h) && frameOk(p.sizeFrame), moxStsSizeErr);
     if (h <= 0 || w == 0) return moxStsNoErr;
-    const Axis ax = axis(p.pointBlockPos.x, p.pointVector.x, 3, 0, 1, w);
-    const Axis ay = axis(p.pointBlockPos.y, p.pointVector.y, 3, 0, 1, h);
-    run(p.pSrc[0], p.srcStep, 2, p.sizeFrame, ax, ay, ay.size - h, h, [&](const Mox8u* s, int ss, int y0, int rows) {
+    const Axis ax = chromaAxis(p.pointBlockPos.x, p.pointVector.x, w);
+    const Axis ay = chromaAxis(p.pointBlockPos.y, p.pointVector.y, h);
+    run(p.pSrc[0], p.srcStep, 2, p.sizeFrame, ax, ay, h, [&](const Mox8u* s, int ss, int y0, int rows) {
         interp::chroma8uC2(s, ss, row(p.pDst[0], p.dstStep, y0), row(p.pDst[1], p.dstStep, y0), p.dstStep, ax.frac,
                            ay.frac, w, rows);
     });
     return moxStsNoErr;
 }
+
+MOX_FN moxiInterpolateLumaBlock_H264_16u_P1R(const MoxVCInterpolateBlock_16u* pParams, Mox32s bitDepth) {
+    MOX_CHECK_PTRS(pParams);
+    MOX_CHECK_PTRS(pParams->pSrc[0], pParams->pDst[0]);
+    const MoxVCInterpolateBlock_16u& p = *pParams;
+    MOX_CHECK(interp::lumaSize16u(p.sizeBlock.width, p.sizeBlock.height) && frameOk(p.sizeFrame), moxStsSizeErr);
+    blockForm<true, Mox16u>(p, 2, interp::maxSample16u(bitDepth));
+    return moxStsNoErr;
+}
+
+MOX_FN moxiInterpolateChromaBlock_H264_16u_P2R(const MoxVCInterpolateBlock_16u* pParams, Mox32s bitDepth) {
+    MOX_CHECK_PTRS(pParams);
+    MOX_CHECK_PTRS(pParams->pSrc[0], pParams->pSrc[1], pParams->pDst[0], pParams->pDst[1]);
+    const MoxVCInterpolateBlock_16u& p = *pParams;
+    MOX_CHECK(interp::chromaSize16u(p.sizeBlock.width, p.sizeBlock.height) && frameOk(p.sizeFrame), moxStsSizeErr);
+    blockForm<false, Mox16u>(p, 2, interp::maxSample16u(bitDepth));
+    return moxStsNoErr;
+}
+
+// Whole partitions of a 4:2:0 picture: the chroma block is half the luma
+// block at half its position, and the luma vector in quarter luma samples is
+// the chroma vector in eighth chroma samples (H.264 clause 8.4.1.4, frame
+// pictures), so the chroma position in eighths is 4 * x + mvx.
+namespace {
+
+template <int kChromaPitch>
+MoxStatus blockYUV(const MoxVCInterpolateBlockYUV_8u* pParams) {
+    MOX_CHECK_PTRS(pParams);
+    if constexpr (kChromaPitch == 1)
+        MOX_CHECK_PTRS(pParams->pSrc[0], pParams->pSrc[1], pParams->pSrc[2], pParams->pDst[0], pParams->pDst[1],
+                       pParams->pDst[2]);
+    else
+        MOX_CHECK_PTRS(pParams->pSrc[0], pParams->pSrc[1], pParams->pDst[0], pParams->pDst[1], pParams->pDst[2]);
+    const MoxVCInterpolateBlockYUV_8u& p = *pParams;
+    const int w = p.sizeBlock.width, h = p.sizeBlock.height;
+    MOX_CHECK(lumaSize8u(w, h) && frameOk(p.sizeFrame), moxStsSizeErr);
+    if (h <= 0 || w == 0) return moxStsNoErr;
+    const int64_t x = p.pointBlockPos.x, y = p.pointBlockPos.y;
+    plane<true>(p.pSrc[0], p.srcStep[0], p.pDst[0], p.dstStep[0], p.sizeFrame, lumaAxis(x, p.pointVector.x, w),
+                lumaAxis(y, p.pointVector.y, h), w, h, 255);
+    const int cw = w / 2, ch = h / 2;
+    const MoxiSize cf{static_cast<int>((int64_t{p.sizeFrame.width} + 1) / 2),
+                      static_cast<int>((int64_t{p.sizeFrame.height} + 1) / 2)};
+    const Axis ax = chromaAxis(0, 4 * x + p.pointVector.x, cw), ay = chromaAxis(0, 4 * y + p.pointVector.y, ch);
+    if constexpr (kChromaPitch == 1) {
+        for (int c = 1; c < 3; ++c)
+            plane<false>(p.pSrc[c], p.srcStep[1], p.pDst[c], p.dstStep[1], cf, ax, ay, cw, ch, 255);
+    } else {
+        run(p.pSrc[1], p.srcStep[1], 2, cf, ax, ay, ch, [&](const Mox8u* s, int ss, int y0, int rows) {
+            interp::chroma8uC2(s, ss, row(p.pDst[1], p.dstStep[1], y0), row(p.pDst[2], p.dstStep[1], y0),
+                               p.dstStep[1], ax.frac, ay.frac, cw, rows);
+        });
+    }
+    return moxStsNoErr;
+}
+
+}  // namespace
+
+MOX_FN moxiInterpolateBlock_H264_8u_P2P1R(const MoxVCInterpolateBlockYUV_8u* pParams) { return blockYUV<2>(pParams); }
+
+MOX_FN moxiInterpolateBlock_H264_8u_P3P1R(const MoxVCInterpolateBlockYUV_8u* pParams) { return blockYUV<1>(pParams); }
 
 // Top and bottom edge forms: pSrc is the block's integer position and
 // outPixels says how far the block lies beyond the picture's first (Top) or
@@ -157,45 +264,69 @@ MOX_FN moxiInterpolateChromaBlock_H264_8u_C2P2R(const MoxVCInterpolateBlock_8u* 
 // as they are.
 namespace {
 
-// Area rows lo .. hi (relative to pSrc) are the picture; rows outside repeat
-// the nearer of them. `lead`/`after`: margin rows and columns of the filter.
-template <class K>
-void runRowClamped(const Mox8u* src, int step, int colLead, int cols, int rowLead, int extraRows, int64_t lo,
+// Area rows lo .. hi (relative to src) are the picture; rows outside repeat
+// the nearer of them. `colLead`/`rowLead`: margin samples before the block.
+template <class T, class K>
+void runRowClamped(const T* src, int step, int colLead, int cols, int rowLead, int extraRows, int64_t lo,
                    int64_t hi, int h, K&& kernel) {
-    constexpr int kBufStep = 64;
+    constexpr int kBufStep = 64, kSize = static_cast<int>(sizeof(T));
     alignas(16) Mox8u buf[(kBand + 5) * kBufStep];
+    const auto* bytes = reinterpret_cast<const Mox8u*>(src) - colLead * kSize;
     for (int y0 = 0; y0 < h; y0 += kBand) {
         const int rows = std::min(kBand, h - y0);
         for (int i = 0; i < rows + extraRows; ++i) {
             const int64_t r = std::clamp<int64_t>(static_cast<int64_t>(y0) - rowLead + i, lo, hi);
-            copyRow(buf + i * kBufStep, row(src, step, static_cast<int>(r)) - colLead, cols);
+            copyRow(buf + i * kBufStep, row(bytes, step, static_cast<int>(r)), cols * kSize);
         }
-        kernel(buf + rowLead * kBufStep + colLead, kBufStep, y0, rows);
+        kernel(reinterpret_cast<const T*>(buf + rowLead * kBufStep + colLead * kSize), kBufStep, y0, rows);
     }
 }
 
 constexpr int64_t kFar = int64_t{1} << 40;
 
+// Rows lo .. hi of the area that are picture rows: Top forms from the first
+// picture row down, Bottom forms up to the last.
+struct RowRange {
+    int64_t lo, hi;
+};
+inline RowRange topRows(int64_t outPixels, int) { return {outPixels, kFar}; }
+inline RowRange bottomRows(int64_t outPixels, int h) { return {-kFar, h - 1 - outPixels}; }
+
+// Luma: 2 margin samples before, 3 after; chroma: 1 after.
+template <bool kLuma, class T>
+void edgeForm(const T* src, int ss, T* dst, int ds, int dx, int dy, RowRange rr, int w, int h, int maxv) {
+    constexpr int lead = kLuma ? 2 : 0, after = kLuma ? 3 : 1;
+    const int colLead = dx ? lead : 0, rowLead = dy ? lead : 0;
+    const int cols = w + (dx ? lead + after : 0), extraRows = dy ? lead + after : 0;
+    runRowClamped(src, ss, colLead, cols, rowLead, extraRows, rr.lo, rr.hi, h,
+                  [&](const T* s, int step, int y0, int rows) {
+                      if constexpr (kLuma) Block<T>::luma(s, step, row(dst, ds, y0), ds, dx, dy, w, rows, maxv);
+                      else Block<T>::chroma(s, step, row(dst, ds, y0), ds, dx, dy, w, rows, maxv);
+                  });
+}
+
 }  // namespace
 
-#define MOX_INTERP_EDGE(Name, FracMax, SizeOk, Lead, After, Kernel, Lo, Hi)                                    \
+#define MOX_INTERP_EDGE(Name, Luma, FracMax, SizeOk, Rows)                                                         \
     MOX_FN moxiInterpolate##Name##_H264_8u_C1R(const Mox8u* pSrc, Mox32s srcStep, Mox8u* pDst, Mox32s dstStep,       \
                                                Mox32s dx, Mox32s dy, Mox32s outPixels, MoxiSize roiSize) {           \
         MOX_CHECK_PTRS(pSrc, pDst);                                                                                   \
         MOX_CHECK(static_cast<Mox32u>(dx | dy) <= (FracMax), moxStsBadArgErr);                                       \
-        const int w = roiSize.width, h = roiSize.height;                                                              \
-        MOX_CHECK(SizeOk, moxStsSizeErr);                                                                             \
-        const int colLead = dx ? (Lead) : 0, rowLead = dy ? (Lead) : 0;                                               \
-        const int cols = w + (dx ? (Lead) + (After) : 0), extraRows = dy ? (Lead) + (After) : 0;                      \
-        const int64_t out = outPixels;                                                                                \
-        runRowClamped(pSrc, srcStep, colLead, cols, rowLead, extraRows, Lo, Hi, h,                                   \
-                      [&](const Mox8u* s, int ss, int y0, int rows) {                                                 \
-                          interp::Kernel(s, ss, row(pDst, dstStep, y0), dstStep, dx, dy, w, rows);                     \
-                      });                                                                                             \
+        MOX_CHECK(SizeOk(roiSize.width, roiSize.height), moxStsSizeErr);                                              \
+        edgeForm<Luma>(pSrc, srcStep, pDst, dstStep, dx, dy, Rows(outPixels, roiSize.height), roiSize.width,          \
+                       roiSize.height, 255);                                                                          \
+        return moxStsNoErr;                                                                                           \
+    }                                                                                                                 \
+    MOX_FN moxiInterpolate##Name##_H264_16u_C1R(const MoxVCInterpolate_16u* pParams, Mox32s outPixels,              \
+                                                Mox32s bitDepth) {                                                    \
+        if (const MoxStatus st = interp::check16u(pParams, Luma)) return st;                                          \
+        const MoxVCInterpolate_16u& p = *pParams;                                                                     \
+        edgeForm<Luma>(p.pSrc, p.srcStep * 2, p.pDst, p.dstStep * 2, p.dx, p.dy, Rows(outPixels, p.roiSize.height),  \
+                       p.roiSize.width, p.roiSize.height, interp::maxSample16u(bitDepth));                            \
         return moxStsNoErr;                                                                                           \
     }
 
-MOX_INTERP_EDGE(LumaTop, 3u, (h & 3) == 0 && (w & ~0x1C) == 0, 2, 3, luma8u, out, kFar)
-MOX_INTERP_EDGE(LumaBottom, 3u, (h & 3) == 0 && (w & ~0x1C) == 0, 2, 3, luma8u, -kFar, h - 1 - out)
-MOX_INTERP_EDGE(ChromaTop, 7u, (h & 1) == 0 && (w & ~0xE) == 0, 0, 1, chroma8u, out, kFar)
-MOX_INTERP_EDGE(ChromaBottom, 7u, (h & 1) == 0 && (w & ~0xE) == 0, 0, 1, chroma8u, -kFar, h - 1 - out)
+MOX_INTERP_EDGE(LumaTop, true, 3u, lumaSize8u, topRows)
+MOX_INTERP_EDGE(LumaBottom, true, 3u, lumaSize8u, bottomRows)
+MOX_INTERP_EDGE(ChromaTop, false, 7u, chromaSize8u, topRows)
+MOX_INTERP_EDGE(ChromaBottom, false, 7u, chromaSize8u, bottomRows)

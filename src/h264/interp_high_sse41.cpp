@@ -1,16 +1,19 @@
-// H.264 luma quarter-sample interpolation of 9- to 14-bit samples.
+// H.264 luma quarter-sample and chroma eighth-sample interpolation of 8- to
+// 14-bit samples in 16-bit storage.
 //
 // Samples stay below 2^14, so they are valid signed 16-bit operands of
 // pmaddwd: the 6-tap sums pair neighbouring samples (loads one sample apart,
 // interleaved) with the tap pairs (1, -5), (20, 20), (-5, 1) into 32-bit
 // lanes. The centre filters the 32-bit horizontal sums of a band of rows
-// vertically with shifts and adds. Results clamp with packusdw and pminuw.
+// vertically with shifts and adds. Chroma weighs the interleaved pairs (A, B)
+// and (C, D) with pmaddwd. Results clamp with packusdw and pminuw.
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <utility>
 
 #include "core/check.h"
+#include "h264/interp_kernels.h"
 #include "me/hpel.h"
 #include "me/simd.h"
 
@@ -139,26 +142,92 @@ constexpr std::array<Kernel, 16> makeTable(std::index_sequence<I...>) {
 template <int W>
 constexpr std::array<Kernel, 16> kLuma16 = makeTable<W>(std::make_index_sequence<16>{});
 
+// Chroma: W (2, 4 or 8) samples per row; HX, HY: fraction nonzero.
+using ChromaKernel = void (*)(const Mox16u*, int, Mox16u*, int, int, int, int, int);
+
+template <int W, int HX, int HY>
+MOX_OUT_OF_LINE void chroma16(const Mox16u* src, int ss, Mox16u* dst, int ds, int dx, int dy, int h, int maxValue) {
+    const __m128i maxv = _mm_set1_epi16(static_cast<short>(maxValue));
+    // Weighted pairs (a[i], b[i]) of the W samples, as 32-bit lanes (lo: 0..3, hi: 4..7).
+    auto madd = [](__m128i a, __m128i b, __m128i w, __m128i& lo, __m128i& hi) {
+        lo = _mm_madd_epi16(_mm_unpacklo_epi16(a, b), w);
+        hi = W == 8 ? _mm_madd_epi16(_mm_unpackhi_epi16(a, b), w) : lo;
+    };
+    if constexpr (!HX && !HY) {
+        for (int y = 0; y < h; ++y) simd::store<2 * W>(row(dst, ds, y), simd::load<2 * W>(row(src, ss, y)));
+    } else if constexpr (!HX || !HY) {
+        const int f = HX ? dx : dy;
+        const __m128i w = taps16(8 - f, f);
+        for (int y = 0; y < h; ++y) {
+            const Mox16u* s = row(src, ss, y);
+            __m128i lo, hi;
+            madd(simd::load<2 * W>(s), simd::load<2 * W>(HX ? s + 1 : row(s, ss, 1)), w, lo, hi);
+            simd::store<2 * W>(row(dst, ds, y), finish<3>(lo, hi, maxv));
+        }
+    } else {
+        const __m128i wTop = taps16((8 - dx) * (8 - dy), dx * (8 - dy)), wBot = taps16((8 - dx) * dy, dx * dy);
+        __m128i a = simd::load<2 * W>(src), b = simd::load<2 * W>(src + 1);
+        for (int y = 0; y < h; ++y) {
+            const Mox16u* s = row(src, ss, y + 1);
+            const __m128i c = simd::load<2 * W>(s), d = simd::load<2 * W>(s + 1);
+            __m128i tlo, thi, blo, bhi;
+            madd(a, b, wTop, tlo, thi);
+            madd(c, d, wBot, blo, bhi);
+            simd::store<2 * W>(row(dst, ds, y), finish<6>(_mm_add_epi32(tlo, blo), _mm_add_epi32(thi, bhi), maxv));
+            a = c;
+            b = d;
+        }
+    }
+}
+
+template <int W>
+constexpr std::array<ChromaKernel, 4> kChroma16 = {chroma16<W, 0, 0>, chroma16<W, 1, 0>, chroma16<W, 0, 1>,
+                                                   chroma16<W, 1, 1>};
+
 }  // namespace
 
+namespace mox::interp {
+
+void luma16u(const Mox16u* src, int srcStep, Mox16u* dst, int dstStep, int dx, int dy, int w, int h, int maxValue) {
+    const int pos = dy * 4 + dx;
+    for (int x = 0; x + 8 <= w; x += 8) kLuma16<8>[pos](src + x, srcStep, dst + x, dstStep, h, maxValue);
+    if (w & 4) kLuma16<4>[pos](src + (w & ~7), srcStep, dst + (w & ~7), dstStep, h, maxValue);
+}
+
+void chroma16u(const Mox16u* src, int srcStep, Mox16u* dst, int dstStep, int dx, int dy, int w, int h, int maxValue) {
+    const int k = (dx != 0) | ((dy != 0) << 1);
+    if (w & 8) kChroma16<8>[k](src, srcStep, dst, dstStep, dx, dy, h, maxValue);
+    const int o8 = w & 8;
+    if (w & 4) kChroma16<4>[k](src + o8, srcStep, dst + o8, dstStep, dx, dy, h, maxValue);
+    const int o4 = w & 12;
+    if (w & 2) kChroma16<2>[k](src + o4, srcStep, dst + o4, dstStep, dx, dy, h, maxValue);
+}
+
+MoxStatus check16u(const MoxVCInterpolate_16u* p, bool luma) {
+    MOX_CHECK_PTRS(p);
+    MOX_CHECK_PTRS(p->pSrc, p->pDst);
+    const int w = p->roiSize.width, h = p->roiSize.height;
+    MOX_CHECK(p->srcStep >= w && p->dstStep >= w, moxStsStepErr);
+    MOX_CHECK(static_cast<Mox32u>(p->dx) <= (luma ? 3u : 7u) && static_cast<Mox32u>(p->dy) <= (luma ? 3u : 7u),
+              moxStsBadArgErr);
+    MOX_CHECK(luma ? lumaSize16u(w, h) : chromaSize16u(w, h), moxStsSizeErr);
+    return moxStsNoErr;
+}
+
+}  // namespace mox::interp
+
 MOX_FN moxiInterpolateLuma_H264_16u_C1R(const MoxVCInterpolate_16u* pParams, Mox32s bitDepth) {
-    MOX_CHECK_PTRS(pParams);
-    MOX_CHECK_PTRS(pParams->pSrc, pParams->pDst);
+    if (const MoxStatus st = interp::check16u(pParams, true)) return st;
     const MoxVCInterpolate_16u& p = *pParams;
-    const int w = p.roiSize.width, h = p.roiSize.height;
-    MOX_CHECK(p.srcStep >= w && p.dstStep >= w, moxStsStepErr);
-    MOX_CHECK(static_cast<Mox32u>(p.dx) <= 3u && static_cast<Mox32u>(p.dy) <= 3u, moxStsBadArgErr);
-    auto sizeOk = [](int v) { return v == 4 || v == 8 || v == 16; };
-    MOX_CHECK(sizeOk(w) && sizeOk(h) && w + h != 20, moxStsSizeErr);
-    const int ss = p.srcStep * 2, ds = p.dstStep * 2;  // steps in samples
-    // bitDepth is not validated; it only sets the clamp (samples must lie below 1 << 14).
-    const int maxv = static_cast<int>((1u << std::clamp(bitDepth, 0, 16)) - 1u);
-    const int pos = p.dy * 4 + p.dx;
-    if (w == 4) {
-        kLuma16<4>[pos](p.pSrc, ss, p.pDst, ds, h, maxv);
-    } else {
-        kLuma16<8>[pos](p.pSrc, ss, p.pDst, ds, h, maxv);
-        if (w == 16) kLuma16<8>[pos](p.pSrc + 8, ss, p.pDst + 8, ds, h, maxv);
-    }
+    interp::luma16u(p.pSrc, p.srcStep * 2, p.pDst, p.dstStep * 2, p.dx, p.dy, p.roiSize.width, p.roiSize.height,
+                    interp::maxSample16u(bitDepth));
+    return moxStsNoErr;
+}
+
+MOX_FN moxiInterpolateChroma_H264_16u_C1R(const MoxVCInterpolate_16u* pParams, Mox32s bitDepth) {
+    if (const MoxStatus st = interp::check16u(pParams, false)) return st;
+    const MoxVCInterpolate_16u& p = *pParams;
+    interp::chroma16u(p.pSrc, p.srcStep * 2, p.pDst, p.dstStep * 2, p.dx, p.dy, p.roiSize.width, p.roiSize.height,
+                      interp::maxSample16u(bitDepth));
     return moxStsNoErr;
 }

@@ -63,41 +63,64 @@ inline __m128i order(__m128i v) {
         return _mm_shuffle_epi8(v, _mm_setr_epi8(0, 2, 1, 3, 0, 2, 1, 3, 0, 2, 1, 3, 0, 2, 1, 3));
 }
 
-// The vertical half samples of one column block, row after row: each
-// source row is loaded once and kept while the six-row window passes it.
+// f(0) .. f(3), written out.
+template <class F>
+[[gnu::always_inline]] inline void unroll4(F&& f) {
+    f(0);
+    f(1);
+    f(2);
+    f(3);
+}
+
+// The vertical half samples of one column block, four rows at a time
+// (luma heights are multiples of 4). The byte pairs P(k) = (row k, row k + 1)
+// are interleaved once each and kept: row y is P(y - 2) * (1, -5) +
+// P(y) * (20, 20) + P(y + 2) * (-5, 1). The four kept pairs rotate through
+// the four steps, so no register moves between them.
 template <int W>
 class VWindow {
 public:
-    VWindow(const Mox8u* p, int step) : p_(row(p, step, 3)), step_(step) {
-        r0_ = simd::load<W>(row(p, step, -2));
-        r1_ = simd::load<W>(row(p, step, -1));
-        r2_ = simd::load<W>(p);
-        r3_ = simd::load<W>(row(p, step, 1));
-        r4_ = simd::load<W>(row(p, step, 2));
+    VWindow(const Mox8u* p, int step) : src_(row(p, step, 3)), step_(step) {
+        const __m128i r0 = simd::load<W>(row(p, step, -2)), r1 = simd::load<W>(row(p, step, -1));
+        const __m128i r2 = simd::load<W>(p), r3 = simd::load<W>(row(p, step, 1));
+        last_ = simd::load<W>(row(p, step, 2));
+        pair(r0, r1, p_[0]);
+        pair(r1, r2, p_[1]);
+        pair(r2, r3, p_[2]);
+        pair(r3, last_, p_[3]);
     }
-    __m128i next() {
-        const __m128i r5 = simd::load<W>(p_);
-        p_ = row(p_, step_, 1);
-        const __m128i lo = sum(_mm_unpacklo_epi8(r0_, r1_), _mm_unpacklo_epi8(r2_, r3_), _mm_unpacklo_epi8(r4_, r5));
-        const __m128i hi =
-            W == 16 ? sum(_mm_unpackhi_epi8(r0_, r1_), _mm_unpackhi_epi8(r2_, r3_), _mm_unpackhi_epi8(r4_, r5)) : lo;
-        r0_ = r1_;
-        r1_ = r2_;
-        r2_ = r3_;
-        r3_ = r4_;
-        r4_ = r5;
-        return _mm_packus_epi16(round5(lo), round5(hi));
+    [[gnu::always_inline]] void next4(__m128i (&out)[4]) {
+        out[0] = next(p_[0], p_[2]);
+        out[1] = next(p_[1], p_[3]);
+        out[2] = next(p_[2], p_[0]);
+        out[3] = next(p_[3], p_[1]);
     }
 
 private:
-    static __m128i sum(__m128i q0, __m128i q2, __m128i q4) {
-        return _mm_add_epi16(_mm_add_epi16(_mm_maddubs_epi16(q0, taps8(1, -5)), _mm_maddubs_epi16(q2, taps8(20, 20))),
-                             _mm_maddubs_epi16(q4, taps8(-5, 1)));
+    // m2 = P(y - 2), replaced by P(y + 2); p0 = P(y).
+    [[gnu::always_inline]] __m128i next(__m128i (&m2)[2], const __m128i (&p0)[2]) {
+        const __m128i r = simd::load<W>(src_);
+        src_ = row(src_, step_, 1);
+        __m128i p2[2];
+        pair(last_, r, p2);
+        last_ = r;
+        __m128i out[2];
+        for (int k = 0; k < (W == 16 ? 2 : 1); ++k)
+            out[k] = round5(_mm_add_epi16(_mm_add_epi16(_mm_maddubs_epi16(m2[k], taps8(1, -5)),
+                                                        _mm_maddubs_epi16(p0[k], taps8(20, 20))),
+                                          _mm_maddubs_epi16(p2[k], taps8(-5, 1))));
+        m2[0] = p2[0];
+        m2[1] = p2[1];
+        return _mm_packus_epi16(out[0], W == 16 ? out[1] : out[0]);
+    }
+    static void pair(__m128i a, __m128i b, __m128i (&p)[2]) {
+        p[0] = _mm_unpacklo_epi8(a, b);
+        p[1] = W == 16 ? _mm_unpackhi_epi8(a, b) : p[0];
     }
 
-    const Mox8u* p_;
+    const Mox8u* src_;
     int step_;
-    __m128i r0_, r1_, r2_, r3_, r4_;
+    __m128i last_, p_[4][2];
 };
 
 inline __m128i packRounded(__m128i lo, __m128i hi) { return _mm_packus_epi16(round5(lo), round5(hi)); }
@@ -110,14 +133,15 @@ inline __m128i hHalf(const Mox8u* p) {
 }
 
 
-using Kernel = void (*)(const Mox8u*, int, Mox8u*, int, int);
+// Kernels return moxStsNoErr, so that a wrapper ends in a tail call.
+using Kernel = MoxStatus (*)(const Mox8u*, int, Mox8u*, int, int);
 
 constexpr int kBandRows = 16;
 
 // Positions that need no centre sample: integer, horizontal or vertical
 // half and their quarters, and the four diagonal quarters.
 template <int W, int DX, int DY>
-MOX_OUT_OF_LINE void lumaRows(const Mox8u* src, int ss, Mox8u* dst, int ds, int h) {
+MOX_OUT_OF_LINE MoxStatus lumaRows(const Mox8u* src, int ss, Mox8u* dst, int ds, int h) {
     if constexpr (DY == 0) {
         for (int y = 0; y < h; ++y) {
             const Mox8u* s = row(src, ss, y);
@@ -132,64 +156,86 @@ MOX_OUT_OF_LINE void lumaRows(const Mox8u* src, int ss, Mox8u* dst, int ds, int 
         }
     } else {
         VWindow<W> vw(src + (DX == 3), ss);
-        for (int y = 0; y < h; ++y) {
-            const Mox8u* s = row(src, ss, y);
-            __m128i v = vw.next();
-            if constexpr (DX == 0 && DY != 2) v = _mm_avg_epu8(v, simd::load<W>(row(s, ss, DY == 3)));
-            if constexpr (DX != 0) v = _mm_avg_epu8(v, hHalf<W>(row(s, ss, DY == 3)));
-            simd::store<W>(row(dst, ds, y), v);
+        for (int y0 = 0; y0 < h; y0 += 4) {
+            __m128i v4[4];
+            vw.next4(v4);
+            unroll4([&](int i) {
+                const Mox8u* s = row(src, ss, y0 + i);
+                __m128i v = v4[i];
+                if constexpr (DX == 0 && DY != 2) v = _mm_avg_epu8(v, simd::load<W>(row(s, ss, DY == 3)));
+                if constexpr (DX != 0) v = _mm_avg_epu8(v, hHalf<W>(row(s, ss, DY == 3)));
+                simd::store<W>(row(dst, ds, y0 + i), v);
+            });
         }
     }
+    return moxStsNoErr;
 }
 
 // The centre and the four quarters next to it, in bands of up to 16 rows.
 // With a = t0 + t5, b = t1 + t4, c = t2 + t3 of the unrounded horizontal
 // sums t (each -2550..10710), the centre is (a - 5b + 20c + 512) >> 10, which
 // equals (((((a - b) >> 2) - b + c) >> 2) + c + 32) >> 6 exactly (floors of
-// floors), so it stays in 16-bit lanes. Only the middle sum can leave the
-// 16-bit range, and only when the sample clamps anyway: a saturating add
-// there keeps the clamped result.
-template <int W>
-inline __m128i centre(const __m128i* t0, const __m128i* t1, const __m128i* t2, const __m128i* t3, const __m128i* t4,
-                      const __m128i* t5, int k) {
-    const __m128i a = _mm_add_epi16(t0[k], t5[k]), b = _mm_add_epi16(t1[k], t4[k]), c = _mm_add_epi16(t2[k], t3[k]);
-    __m128i x = _mm_adds_epi16(_mm_srai_epi16(_mm_sub_epi16(a, b), 2), _mm_sub_epi16(c, b));
-    x = _mm_add_epi16(_mm_srai_epi16(x, 2), c);
-    return _mm_mulhrs_epi16(x, _mm_set1_epi16(512));  // (x + 32) >> 6
+// floors), so it stays in 16-bit lanes. The differences of neighbouring rows
+// d_k = t_k - t_(k+1) (within +-13260) are formed once per row and give
+// a - b = d0 - d4 and c - b = d3 - d1 (within +-26520). Only the middle sum
+// can leave the 16-bit range, and only when the sample clamps anyway: a
+// saturating add there keeps the clamped result.
+struct Sums {
+    __m128i t[2], d[2];  // sums of a row (lo, hi) and their differences to the next row
+};
+
+inline __m128i centre(const Sums* r, int k) {
+    const __m128i c = _mm_add_epi16(r[2].t[k], r[3].t[k]);
+    const __m128i ab = _mm_sub_epi16(r[0].d[k], r[4].d[k]), cb = _mm_sub_epi16(r[3].d[k], r[1].d[k]);
+    const __m128i x = _mm_adds_epi16(_mm_srai_epi16(ab, 2), cb);
+    return _mm_mulhrs_epi16(_mm_add_epi16(_mm_srai_epi16(x, 2), c), _mm_set1_epi16(512));  // (x + 32) >> 6
 }
 
 template <int W, int DX, int DY>
-MOX_OUT_OF_LINE void lumaCentre(const Mox8u* src, int ss, Mox8u* dst, int ds, int h) {
+MOX_OUT_OF_LINE MoxStatus lumaCentre(const Mox8u* src, int ss, Mox8u* dst, int ds, int h) {
     constexpr int R = W == 16 ? 2 : 1;  // registers per row of sums
-    __m128i t[kBandRows + 5][R];
+    Sums t[kBandRows + 5];
     // (1, 2) and (3, 2) average with the vertical half sample h or m.
     VWindow<W> vw(src + (DX == 3), ss);
+    __m128i v4[4];
     for (int y0 = 0; y0 < h; y0 += kBandRows) {
         const int hb = std::min(kBandRows, h - y0);
         const Mox8u* s = row(src, ss, y0 - 2);
-        for (int i = 0; i < hb + 5; ++i) {
-            __m128i lo, hi;
-            hsum<W>(row(s, ss, i), lo, hi);
-            t[i][0] = lo;
-            if constexpr (R == 2) t[i][1] = hi;
+        __m128i prev[2];
+        hsum<W>(s, prev[0], prev[1]);
+        t[0].t[0] = prev[0];
+        t[0].t[1] = prev[1];
+        for (int i = 1; i < hb + 5; ++i) {
+            __m128i cur[2];
+            hsum<W>(row(s, ss, i), cur[0], cur[1]);
+            for (int k = 0; k < R; ++k) {
+                t[i].t[k] = cur[k];
+                t[i - 1].d[k] = _mm_sub_epi16(prev[k], cur[k]);
+                prev[k] = cur[k];
+            }
         }
         for (int y = 0; y < hb; ++y) {
-            const __m128i lo = centre<W>(t[y], t[y + 1], t[y + 2], t[y + 3], t[y + 4], t[y + 5], 0);
-            const __m128i hi = R == 2 ? centre<W>(t[y], t[y + 1], t[y + 2], t[y + 3], t[y + 4], t[y + 5], R - 1) : lo;
+            // Each row's operands come straight from the band (loads, no
+            // register copies of values carried between rows).
+            asm volatile("" ::: "memory");
+            const __m128i lo = centre(t + y, 0);
+            const __m128i hi = R == 2 ? centre(t + y, R - 1) : lo;
             __m128i v = _mm_packus_epi16(lo, hi);
             const int yy = y0 + y;
             if constexpr (DX == 2 && DY != 2) {
                 // b of this row (DY 1) or the next (DY 3), still in parity order.
-                const int r = y + 2 + (DY == 3);
-                v = order<W>(_mm_avg_epu8(v, packRounded(t[r][0], t[r][R - 1])));
+                const Sums& r = t[y + 2 + (DY == 3)];
+                v = order<W>(_mm_avg_epu8(v, packRounded(r.t[0], r.t[R - 1])));
             } else if constexpr (DX != 2) {
-                v = _mm_avg_epu8(order<W>(v), vw.next());
+                if ((y & 3) == 0) vw.next4(v4);
+                v = _mm_avg_epu8(order<W>(v), v4[y & 3]);
             } else {
                 v = order<W>(v);
             }
             simd::store<W>(row(dst, ds, yy), v);
         }
     }
+    return moxStsNoErr;
 }
 
 template <int W, int DX, int DY>
@@ -208,11 +254,23 @@ constexpr std::array<Kernel, 16> makeTable(std::index_sequence<I...>) {
 template <int W>
 constexpr std::array<Kernel, 16> kLuma = makeTable<W>(std::make_index_sequence<16>{});
 
-inline void lumaStrips(const Mox8u* src, int ss, Mox8u* dst, int ds, int dx, int dy, int w, int h) {
-    const int pos = dy * 4 + dx;
+// Widths that are sums: strips of 16, 8 and 4.
+MOX_OUT_OF_LINE MoxStatus lumaSumStrips(const Mox8u* src, int ss, Mox8u* dst, int ds, int pos, int w, int h) {
     if (w & 16) kLuma<16>[pos](src, ss, dst, ds, h);
     if (w & 8) kLuma<8>[pos](src + (w & 16), ss, dst + (w & 16), ds, h);
     if (w & 4) kLuma<4>[pos](src + (w & 24), ss, dst + (w & 24), ds, h);
+    return moxStsNoErr;
+}
+
+// One kernel call (a tail call from the wrapper) for the widths 4, 8 and 16.
+inline MoxStatus lumaStrips(const Mox8u* src, int ss, Mox8u* dst, int ds, int dx, int dy, int w, int h) {
+    const int pos = dy * 4 + dx;
+    switch (w) {
+        case 16: return kLuma<16>[pos](src, ss, dst, ds, h);
+        case 8: return kLuma<8>[pos](src, ss, dst, ds, h);
+        case 4: return kLuma<4>[pos](src, ss, dst, ds, h);
+        default: return lumaSumStrips(src, ss, dst, ds, pos, w, h);
+    }
 }
 
 }  // namespace
@@ -230,6 +288,5 @@ MOX_FN moxiInterpolateLuma_H264_8u_C1R(const Mox8u* pSrc, Mox32s srcStep, Mox8u*
     MOX_CHECK_PTRS(pSrc, pDst);
     MOX_CHECK(static_cast<Mox32u>(dx | dy) <= 3u, moxStsBadArgErr);
     MOX_CHECK((roiSize.height & 3) == 0 && (roiSize.width & ~0x1C) == 0, moxStsSizeErr);
-    lumaStrips(pSrc, srcStep, pDst, dstStep, dx, dy, roiSize.width, roiSize.height);
-    return moxStsNoErr;
+    return lumaStrips(pSrc, srcStep, pDst, dstStep, dx, dy, roiSize.width, roiSize.height);
 }

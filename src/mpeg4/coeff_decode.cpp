@@ -1,0 +1,599 @@
+// Coefficient decoding of one 8x8 block for MPEG-4 Part 2 (TCOEF with three
+// escapes, reversible VLC forward and backward, intra DC), H.263 (Table 16,
+// Annex I intra table, Annex T extended escape) and H.261 (Table 5), with the
+// one-pass inverse quantisation of the Reconstruct functions.
+//
+// Codes are found by table look-up on the next 8 bits, and on 12 (TCOEF),
+// 14 (H.261) or 15 (reversible) bits only for codes longer than those the
+// first look-up resolves, so no peek reaches more than one byte past the
+// byte that holds a block's last bit.
+#include <algorithm>
+#include <cstring>
+
+#include "mpeg4/coeff_common.h"
+#include "mpeg4/vlc_reader.h"
+#include "mpeg4/vlc_tables.h"
+
+using mox::ByteReader;
+using mox::mpeg4::BackReader;
+using mox::mpeg4::BitAccumulator;
+using mox::mpeg4::FastCode;
+using mox::mpeg4::interScan;
+using mox::mpeg4::intraScan;
+using mox::mpeg4::kEscapeLevel;
+using mox::mpeg4::kSubTableLevel;
+using mox::mpeg4::RvlcTable;
+using mox::mpeg4::TcoefDecodeTable;
+using mox::mpeg4::TcoefEncodeTable;
+using mox::mpeg4::TcoefEntry;
+
+namespace {
+
+int clampCoef(int v) { return std::min(2047, std::max(-2048, v)); }
+
+struct Event {
+    int last, run, level;
+};
+
+// ------------------------------------------------------------ code look-ups
+inline bool lookupTcoef(BitAccumulator& acc, const TcoefDecodeTable& t, TcoefEntry& e) {
+    acc.need8();
+    uint32_t v8 = acc.peek(8);
+    if (v8 >= 32) {  // codes of up to 7 bits
+        e = t.t512_5[(v8 >> 1) - 16];
+        return true;
+    }
+    acc.need(12);
+    uint32_t v = acc.peek(12);
+    if (v >= 128) {
+        e = t.t128_2[(v - 128) >> 2];
+    } else if (v >= 8) {
+        e = t.t8[v - 8];
+    } else {
+        return false;
+    }
+    return true;
+}
+
+inline bool lookupRvlc(BitAccumulator& acc, const RvlcTable& t, TcoefEntry& e) {
+    acc.need8();
+    e = t.first[acc.peek(8)];
+    if (e.level == kSubTableLevel) {  // codes of 9 to 15 bits
+        acc.need(15);
+        e = t.sub[e.run][acc.peek(15) & 0x7F];
+    }
+    return e.len != 0;
+}
+
+// A table code followed by its sign bit (1: negative).
+inline Event takeCode(BitAccumulator& acc, const TcoefEntry& e) {
+    acc.need(e.len + 1);
+    int negative = static_cast<int>(acc.bit(e.len));
+    acc.skip(e.len + 1);
+    return Event{e.last, e.run, negative ? -e.level : e.level};
+}
+
+// ------------------------------------------------------------ escapes
+// ISO/IEC 14496-2 7.4.1.3: escape (7 bits) then 0: level + LMAX; 10: run +
+// RMAX + 1; 11: fixed length last, run, marker, 12-bit level, marker.
+struct Mpeg4Escape {
+    const TcoefDecodeTable& table;
+    const TcoefEncodeTable& limits;
+
+    bool operator()(BitAccumulator& acc, Event& ev) const {
+        acc.skip(7);
+        acc.need(2);
+        uint32_t mode = acc.peek(2);
+        if (mode < 3) {
+            acc.skip(mode >> 1 ? 2 : 1);
+            TcoefEntry e;
+            if (!lookupTcoef(acc, table, e) || e.level == kEscapeLevel) return false;
+            ev = takeCode(acc, e);
+            int sign = ev.level < 0 ? -1 : 1;
+            if (mode >> 1)
+                ev.run += limits.maxRunPlus1[e.last][e.level];
+            else
+                ev.level += sign * limits.maxLevel[e.last][e.run];
+            return true;
+        }
+        acc.skip(2);
+        uint32_t v = acc.read(21);
+        int level = static_cast<int>((v >> 1) & 0xFFF);
+        if (!(v >> 13 & 1) || !(v & 1) || level == 0x800) return false;
+        ev = Event{static_cast<int>(v >> 20), static_cast<int>(v >> 14 & 63), level >= 0x800 ? level - 0x1000 : level};
+        return true;
+    }
+};
+
+// H.263 5.4.2: escape, LAST, RUN (6), LEVEL (8, two's complement, 0 and -128
+// forbidden); Annex T: LEVEL -128 announces an 11-bit EXTENDED-LEVEL whose
+// first 5 bits are the low part and the next 6 the signed high part.
+struct H263Escape {
+    bool modQ;
+
+    bool operator()(BitAccumulator& acc, Event& ev) const {
+        acc.skip(7);
+        uint32_t v = acc.read(15);
+        int level = static_cast<int8_t>(v & 0xFF);
+        if (level == -128) {
+            if (!modQ) return false;
+            uint32_t x = acc.read(11);
+            level = (static_cast<int>(x & 63) ^ 32) - 32;
+            level = level * 32 + static_cast<int>(x >> 6);
+        }
+        if (level == 0) return false;
+        ev = Event{static_cast<int>(v >> 14), static_cast<int>(v >> 8 & 63), level};
+        return true;
+    }
+};
+
+// ISO/IEC 14496-2 Table B-23 escape: 0000 (looked up), 1, LAST, RUN (6),
+// marker, LEVEL (11, magnitude, not 0), marker, 0000, sign.
+bool rvlcEscapeFields(uint32_t v, Event& ev) {
+    int level = static_cast<int>(v >> 6 & 0x7FF);
+    if (!(v >> 25 & 1) || !(v >> 17 & 1) || !(v >> 5 & 1) || (v >> 1 & 15) || level == 0) return false;
+    ev = Event{static_cast<int>(v >> 24 & 1), static_cast<int>(v >> 18 & 63), v & 1 ? -level : level};
+    return true;
+}
+
+struct RvlcEscape {
+    bool operator()(BitAccumulator& acc, Event& ev) const {
+        acc.skip(4);
+        return rvlcEscapeFields(acc.read(26), ev);
+    }
+};
+
+// ------------------------------------------------------------ block kernel
+// Decodes events until one with last = 1, from scan position `pos`; `store`
+// maps a level and its raster position to the stored value. Codes of up to 7
+// bits come with their sign from the 8-bit `fast` table; the others go through
+// `lookup` and `escape`.
+template <class Lookup, class Escape, class Store>
+MoxStatus decodeBlock(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int pos,
+                      const uint8_t* scan, const FastCode* fast, Lookup lookup, Escape escape, Store store) {
+    BitAccumulator acc(*ppBitStream, *pBitOffset);
+    for (;;) {
+        acc.need8();
+        const FastCode& f = fast[acc.peek(8)];
+        int level, last;
+        if (f.len) {
+            acc.skip(f.len);
+            if (pos + f.runInc > 63) break;
+            pos += f.runInc;
+            level = f.level;
+            last = f.last;
+        } else {
+            TcoefEntry e;
+            Event ev;
+            if (!lookup(acc, e)) break;
+            if (e.level == kEscapeLevel) {
+                if (!escape(acc, ev)) break;
+            } else {
+                ev = takeCode(acc, e);
+            }
+            if (pos + ev.run + 1 > 63) break;
+            pos += ev.run + 1;
+            level = ev.level;
+            last = ev.last;
+        }
+        int raster = scan[pos];
+        pCoef[raster] = static_cast<Mox16s>(store(level, raster));
+        if (last) {
+            *pIndxLastNonZero = pos;
+            acc.commit(ppBitStream, pBitOffset);
+            return moxStsNoErr;
+        }
+    }
+    *pIndxLastNonZero = pos;
+    return moxStsVLCErr;
+}
+
+struct AsDecoded {
+    int operator()(int level, int) const { return level; }
+};
+
+// H.263 6.2.1 (also ISO/IEC 14496-2 7.4.4.2, second method):
+// |REC| = QP (2 |L| + 1) - (1 when QP is even).
+struct DequantH263 {
+    int qp;
+    int operator()(int level, int) const {
+        int v = qp * (2 * std::abs(level) + 1) - (1 - (qp & 1));
+        return clampCoef(level < 0 ? -v : v);
+    }
+};
+
+// H.263 Annex I.3: |REC| = 2 QP |L| for every coefficient of the block.
+struct DequantAdvIntra {
+    int qp;
+    int operator()(int level, int) const { return clampCoef(2 * qp * level); }
+};
+
+// ISO/IEC 14496-2 7.4.4.1, first method, inter: ((2 L + sign(L)) W QP) / 16,
+// truncated toward zero.
+struct DequantMatrix {
+    int qp;
+    const Mox8u* w;
+    int operator()(int level, int raster) const {
+        int sign = level < 0 ? -1 : 1;
+        return clampCoef((2 * level + sign) * w[raster] * qp / 16);
+    }
+};
+
+struct TcoefLookup {
+    const TcoefDecodeTable& table;
+    bool operator()(BitAccumulator& acc, TcoefEntry& e) const { return lookupTcoef(acc, table, e); }
+};
+struct RvlcLookup {
+    const RvlcTable& table;
+    bool operator()(BitAccumulator& acc, TcoefEntry& e) const { return lookupRvlc(acc, table, e); }
+};
+
+// Clears the block, keeping coefficient 0 when asked.
+void clearBlock(Mox16s* pCoef, bool keepDc) {
+    Mox16s dc = pCoef[0];
+    std::memset(pCoef, 0, 64 * sizeof(Mox16s));
+    if (keepDc) pCoef[0] = dc;
+}
+
+template <class Store>
+MoxStatus decodeMpeg4(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, bool intra,
+                      bool rvlc, int start, const uint8_t* scan, Store store) {
+    if (rvlc)
+        return decodeBlock(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, start, scan,
+                           intra ? mox::mpeg4::fastB23Intra : mox::mpeg4::fastB23Inter,
+                           RvlcLookup{intra ? mox::mpeg4::tableB23_Forw_Intra : mox::mpeg4::tableB23_Forw_Inter},
+                           RvlcEscape{}, store);
+    const TcoefDecodeTable& t = intra ? mox::mpeg4::tableB16 : mox::mpeg4::tableB17;
+    const TcoefEncodeTable& limits = intra ? mox::mpeg4::encB16 : mox::mpeg4::encB17;
+    return decodeBlock(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, start, scan,
+                       intra ? mox::mpeg4::fastB16 : mox::mpeg4::fastB17, TcoefLookup{t}, Mpeg4Escape{t, limits}, store);
+}
+
+template <class Store>
+MoxStatus decodeH263(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, bool advIntra,
+                     bool modQ, int start, const uint8_t* scan, Store store) {
+    return decodeBlock(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, start, scan,
+                       advIntra ? mox::mpeg4::fastI2 : mox::mpeg4::fastB17,
+                       TcoefLookup{advIntra ? mox::mpeg4::tableI2 : mox::mpeg4::tableB17}, H263Escape{modQ}, store);
+}
+
+// The H.263 kernels: ordinary or Annex T escape, levels as decoded or
+// inverse-quantised (6.2.1, or Annex I.3 for advanced intra coding).
+MoxStatus ownDecodeCoeffs_H263(Mox8u** pp, int* off, Mox16s* c, int* last, bool advIntra, int start, const uint8_t* scan) {
+    return decodeH263(pp, off, c, last, advIntra, false, start, scan, AsDecoded{});
+}
+MoxStatus ownDecodeCoeffs_ModQ_H263(Mox8u** pp, int* off, Mox16s* c, int* last, bool advIntra, int start,
+                                    const uint8_t* scan) {
+    return decodeH263(pp, off, c, last, advIntra, true, start, scan, AsDecoded{});
+}
+MoxStatus ownReconCoeffs_H263(Mox8u** pp, int* off, Mox16s* c, int* last, int qp, int start) {
+    return decodeH263(pp, off, c, last, false, false, start, mox::mpeg4::ownvc_Zigzag, DequantH263{qp});
+}
+MoxStatus ownReconCoeffs_ModQ_H263(Mox8u** pp, int* off, Mox16s* c, int* last, int qp, int start) {
+    return decodeH263(pp, off, c, last, false, true, start, mox::mpeg4::ownvc_Zigzag, DequantH263{qp});
+}
+MoxStatus ownReconCoeffs_AdvIntra_H263(Mox8u** pp, int* off, Mox16s* c, int* last, int qp, const uint8_t* scan) {
+    return decodeH263(pp, off, c, last, true, false, -1, scan, DequantAdvIntra{qp});
+}
+MoxStatus ownReconCoeffs_AdvIntra_ModQ_H263(Mox8u** pp, int* off, Mox16s* c, int* last, int qp, const uint8_t* scan) {
+    return decodeH263(pp, off, c, last, true, true, -1, scan, DequantAdvIntra{qp});
+}
+
+// ------------------------------------------------------------ reversible VLC, backward
+// Reads the block's codes from its end: the first code met must have last = 1;
+// reading stops before the next code with last = 1 (the preceding block's last
+// code), leaving the cursor at the block's first bit. The events are then
+// placed from `start` + 1 upward in stream order.
+MoxStatus decodeRvlcBackward(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int start,
+                             const RvlcTable& t) {
+    BackReader rd(*ppBitStream, *pBitOffset);
+    Event events[64];
+    int count = 0;
+    int room = 63 - start;  // positions after the start index
+    *pIndxLastNonZero = start;
+    for (;;) {
+        long long mark = rd.mark();
+        int negative = static_cast<int>(rd.read(1));
+        TcoefEntry e = t.first[rd.peek(8)];
+        if (e.level == kSubTableLevel) e = t.sub[e.run][rd.peek(15) >> 8];
+        if (!e.len) return moxStsVLCErr;
+        rd.back(e.len);
+        Event ev;
+        if (e.level == kEscapeLevel) {
+            // Backward: marker, LEVEL, marker, RUN, LAST, then 00001.
+            uint32_t marker2 = rd.read(1);
+            uint32_t level = rd.read(11);
+            uint32_t marker1 = rd.read(1);
+            uint32_t run = rd.read(6);
+            uint32_t last = rd.read(1);
+            uint32_t prefix = rd.read(5);
+            uint32_t v = 1u << 25 | last << 24 | run << 18 | marker1 << 17 | level << 6 | marker2 << 5 |
+                         static_cast<uint32_t>(negative);
+            if (prefix != 1 || !rvlcEscapeFields(v, ev)) return moxStsVLCErr;
+        } else {
+            ev = Event{e.last, e.run, negative ? -e.level : e.level};
+        }
+        if (count > 0 && ev.last) {
+            rd.reset(mark);
+            break;
+        }
+        if (count == 0 && !ev.last) return moxStsVLCErr;
+        room -= ev.run + 1;
+        if (room < 0) return moxStsVLCErr;
+        events[count++] = ev;
+    }
+    int pos = start;
+    for (int i = count - 1; i >= 0; --i) {
+        pos += events[i].run + 1;
+        pCoef[pos] = static_cast<Mox16s>(events[i].level);
+    }
+    *pIndxLastNonZero = pos;
+    rd.commit(ppBitStream, pBitOffset);
+    return moxStsNoErr;
+}
+
+// ------------------------------------------------------------ H.261
+// H.261 4.2.4: Table 5 codes in zigzag order up to EOB; escape 000001, RUN (6),
+// LEVEL (8, 0 and -128 forbidden); an inter block may open with 1s (run 0,
+// level 1); an intra block opens with the 8-bit DC.
+template <class Store, class StoreDc>
+MoxStatus ownDecodeCoeffs_H261(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, bool intra,
+                     Store store, StoreDc storeDc) {
+    using mox::mpeg4::h261_coefTab0;
+    using mox::mpeg4::h261_coefTab1;
+    using mox::mpeg4::h261_coefTab2;
+    const uint8_t* zigzag = mox::mpeg4::ownvc_Zigzag;
+    BitAccumulator acc(*ppBitStream, *pBitOffset);
+    int pos = -1;
+    if (intra) {
+        int dc = static_cast<int>(acc.read(8));
+        if ((dc & 0x7F) == 0) {
+            *pIndxLastNonZero = pos;
+            return moxStsVLCErr;
+        }
+        pCoef[0] = static_cast<Mox16s>(storeDc(dc));
+        pos = 0;
+    } else {
+        acc.need(1);
+        if (acc.peek(1)) {
+            acc.need(2);
+            pCoef[0] = static_cast<Mox16s>(store(acc.bit(1) ? -1 : 1));
+            acc.skip(2);
+            pos = 0;
+        }
+    }
+    for (;;) {
+        acc.need8();
+        uint32_t b8 = acc.peek(8);
+        mox::mpeg4::H261Entry e;
+        int level, runInc;
+        if (b8 >= 0x28) {  // codes of up to 5 bits
+            e = h261_coefTab0[(b8 >> 3) - 5];
+        } else {
+            acc.need(14);
+            uint32_t b = acc.peek(14);
+            if (b >> 8 == 1) {
+                acc.skip(6);
+                uint32_t x = acc.read(14);
+                level = static_cast<int8_t>(x & 0xFF);
+                runInc = static_cast<int>(x >> 8) + 1;
+                if ((level & 0x7F) == 0) break;
+                goto place;
+            }
+            if (b < 0x20) break;
+            e = b >= 0x200 ? h261_coefTab1[(b >> 6) - 8] : h261_coefTab2[(b >> 1) - 16];
+        }
+        if (!e.len) break;
+        if (e.runInc == mox::mpeg4::kH261EobRunInc) {
+            if (pos < 0) break;  // an inter block holds at least one coefficient
+            acc.skip(2);
+            *pIndxLastNonZero = pos;
+            acc.commit(ppBitStream, pBitOffset);
+            return moxStsNoErr;
+        }
+        level = acc.bit(e.len - 1) ? -e.level : e.level;
+        runInc = e.runInc;
+        acc.skip(e.len);
+    place:
+        if (pos + runInc > 63) break;
+        pos += runInc;
+        pCoef[zigzag[pos]] = static_cast<Mox16s>(store(level));
+    }
+    *pIndxLastNonZero = pos;
+    return moxStsVLCErr;
+}
+
+struct DequantH261 {
+    int qp;
+    int operator()(int level) const {
+        int adj = qp & 1 ? qp : qp - 1;
+        return clampCoef(level * 2 * qp + (level > 0 ? adj : -adj));
+    }
+};
+
+}  // namespace
+
+// ---------------------------------------------------------------- MPEG-4
+MOX_FN moxiDecodeCoeffsIntra_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero,
+                                         int rvlcFlag, int dcPresent, int scan) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    clearBlock(pCoef, dcPresent != 0);
+    return decodeMpeg4(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, true, rvlcFlag != 0, dcPresent ? 0 : -1,
+                       intraScan(scan), AsDecoded{});
+}
+
+MOX_FN moxiDecodeCoeffsInter_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero,
+                                         int rvlcFlag, int scan) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    clearBlock(pCoef, false);
+    return decodeMpeg4(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, false, rvlcFlag != 0, -1, interScan(scan),
+                       AsDecoded{});
+}
+
+MOX_FN moxiDecodeCoeffsIntraRVLCBack_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef,
+                                                 int* pIndxLastNonZero, int dcPresent) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    clearBlock(pCoef, dcPresent != 0);
+    return decodeRvlcBackward(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, dcPresent ? 0 : -1,
+                              mox::mpeg4::tableB23_Back_Intra);
+}
+
+MOX_FN moxiDecodeCoeffsInterRVLCBack_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef,
+                                                 int* pIndxLastNonZero) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    clearBlock(pCoef, false);
+    return decodeRvlcBackward(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, -1, mox::mpeg4::tableB23_Back_Inter);
+}
+
+// ISO/IEC 14496-2 6.3.8: dct_dc_size (Table B-13 or B-14), dct_dc_differential,
+// and a marker bit after a differential longer than 8 bits.
+MOX_FN moxiDecodeDCIntra_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pDC, int blockType) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pDC);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    BitAccumulator acc(*ppBitStream, *pBitOffset);
+    int size;
+    if (acc.read(1)) {
+        int b = static_cast<int>(acc.read(1));
+        size = blockType ? 1 - b : 2 - b;  // luminance 11: 1, 10: 2; chrominance 11: 0, 10: 1
+    } else if (!blockType && acc.read(1)) {
+        size = acc.read(1) ? 0 : 3;  // 011, 010
+    } else {
+        int zeros = blockType ? 1 : 2;  // zeros read so far
+        while (!acc.read(1))
+            if (++zeros > (blockType ? 11 : 10)) return moxStsVLCErr;
+        size = blockType ? zeros + 1 : zeros + 2;
+    }
+    int diff = 0;
+    if (size) {
+        diff = static_cast<int>(acc.read(size));
+        if (!(diff >> (size - 1))) diff -= (1 << size) - 1;
+        if (size > 8 && !acc.read(1)) return moxStsVLCErr;
+    }
+    *pDC = static_cast<Mox16s>(diff);
+    acc.commit(ppBitStream, pBitOffset);
+    return moxStsNoErr;
+}
+
+MOX_FN moxiReconstructCoeffsInter_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef,
+                                              int* pIndxLastNonZero, int rvlcFlag, int scan, int QP,
+                                              const Mox8u* pQMatrix) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    MPEG4_CHECK_QP(QP);
+    clearBlock(pCoef, false);
+    if (!pQMatrix)
+        return decodeMpeg4(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, false, rvlcFlag != 0, -1,
+                           interScan(scan), DequantH263{QP});
+    MoxStatus st = decodeMpeg4(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, false, rvlcFlag != 0, -1,
+                               interScan(scan), DequantMatrix{QP, pQMatrix});
+    if (st == moxStsNoErr) {
+        // Mismatch control (7.4.4.3): an even sum toggles the last bit of F[7][7].
+        int sum = 0;
+        for (int i = 0; i < 64; ++i) sum += pCoef[i];
+        if (!(sum & 1)) pCoef[63] = static_cast<Mox16s>(pCoef[63] ^ 1);
+    }
+    return st;
+}
+
+// ---------------------------------------------------------------- H.263
+MOX_FN moxiDecodeCoeffsInter_H263_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero,
+                                        int modQFlag, int scan) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    clearBlock(pCoef, false);
+    return (modQFlag ? ownDecodeCoeffs_ModQ_H263 : ownDecodeCoeffs_H263)(ppBitStream, pBitOffset, pCoef,
+                                                                         pIndxLastNonZero, false, -1, interScan(scan));
+}
+
+MOX_FN moxiDecodeCoeffsIntra_H263_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero,
+                                        int advIntraFlag, int modQFlag, int scan) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    clearBlock(pCoef, !advIntraFlag);
+    return (modQFlag ? ownDecodeCoeffs_ModQ_H263 : ownDecodeCoeffs_H263)(
+        ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, advIntraFlag != 0, advIntraFlag ? -1 : 0, intraScan(scan));
+}
+
+// H.263 5.4.1: INTRADC, 8 bits; 0000 0000 and 1000 0000 are not used and
+// 1111 1111 stands for the level 128 (reconstruction 1024).
+MOX_FN moxiDecodeDCIntra_H263_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pDC) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pDC);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    ByteReader rd(*ppBitStream, *pBitOffset);
+    int dc = static_cast<int>(rd.peek8());
+    if ((dc & 0x7F) == 0) return moxStsVLCErr;
+    *pDC = static_cast<Mox16s>(dc == 255 ? 128 : dc);
+    rd.skip(8);
+    rd.commit(ppBitStream, pBitOffset);
+    return moxStsNoErr;
+}
+
+MOX_FN moxiReconstructCoeffsInter_H263_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef,
+                                             int* pIndxLastNonZero, int QP, int modQFlag) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    MPEG4_CHECK_QP(QP);
+    clearBlock(pCoef, false);
+    return (modQFlag ? ownReconCoeffs_ModQ_H263 : ownReconCoeffs_H263)(ppBitStream, pBitOffset, pCoef,
+                                                                       pIndxLastNonZero, QP, -1);
+}
+
+MOX_FN moxiReconstructCoeffsIntra_H263_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef,
+                                             int* pIndxLastNonZero, int QP, int advIntraFlag, int modQFlag) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    MPEG4_CHECK_QP(QP);
+    clearBlock(pCoef, !advIntraFlag);
+    if (!advIntraFlag)
+        return (modQFlag ? ownReconCoeffs_ModQ_H263 : ownReconCoeffs_H263)(ppBitStream, pBitOffset, pCoef,
+                                                                           pIndxLastNonZero, QP, 0);
+    // Annex I: the flag less one is the scan: 1 zigzag (INTRA_MODE 0, DC only),
+    // 2 alternate vertical (INTRA_MODE 2, horizontal prediction), 3 alternate
+    // horizontal (INTRA_MODE 1, vertical prediction).
+    const uint8_t* scan = advIntraFlag == 2 ? mox::mpeg4::ownvc_AltScanV
+                          : advIntraFlag == 3 ? mox::mpeg4::ownvc_AltScanH
+                                              : mox::mpeg4::ownvc_Zigzag;
+    return (modQFlag ? ownReconCoeffs_AdvIntra_ModQ_H263 : ownReconCoeffs_AdvIntra_H263)(
+        ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, QP, scan);
+}
+
+// ---------------------------------------------------------------- H.261
+MOX_FN moxiDecodeCoeffsIntra_H261_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    clearBlock(pCoef, false);
+    return ownDecodeCoeffs_H261(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, true, [](int level) { return level; },
+                      [](int dc) { return dc == 255 ? 128 : dc; });
+}
+
+MOX_FN moxiDecodeCoeffsInter_H261_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    clearBlock(pCoef, false);
+    return ownDecodeCoeffs_H261(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, false, [](int level) { return level; },
+                      [](int dc) { return dc; });
+}
+
+MOX_FN moxiReconstructCoeffsIntra_H261_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef,
+                                             int* pIndxLastNonZero, int QP) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    MPEG4_CHECK_QP(QP);
+    clearBlock(pCoef, false);
+    return ownDecodeCoeffs_H261(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, true, DequantH261{QP},
+                      [](int dc) { return dc == 255 ? 1024 : dc * 8; });
+}
+
+MOX_FN moxiReconstructCoeffsInter_H261_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef,
+                                             int* pIndxLastNonZero, int QP) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
+    MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
+    MPEG4_CHECK_QP(QP);
+    clearBlock(pCoef, false);
+    return ownDecodeCoeffs_H261(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, false, DequantH261{QP},
+                      [](int dc) { return dc; });
+}
