@@ -835,9 +835,57 @@ MOXAPI MoxStatus moxiQuantInter_MPEG4_16s_C1I(Mox16s* pCoeffs, const void* pSpec
 /* (end of section: MPEG-4 and H.263 quantisation and inverse quantisation) */
 
 /* ================================================================== generic Huffman tables */
+/* Source table (Mox32s): [0] L, the longest code length 1..32; [1] N, lookup levels 1..32; [2..N+1] level
+ * widths 1..16, first level first, summing to at least L; then for lengths 1, 2, ... a count n >= 0 and n
+ * entries of that length, ended by a negative count no later than in place of the count for length L + 1.
+ * An entry is (code, value) with value in -2^23..2^23-1, or for run/level tables (code, first, second) with
+ * first in -128..127 and second in -32768..32767; codes are right-aligned below 2^length and prefix-free.
+ * A value of 0xF0F1 (first -15 with second 240) lists a code that decodes as invalid.
+ * Built table (Mox32u, library memory): [0] first width w0, [1..2^w0] lookup; further levels are blocks of
+ * 1 + 2^w entries, [0] = w; leaf (value << 8) | k, k bits given back; pointer (block index << 8) | 0x80;
+ * unused slots 0xF0F101. Builders: null pointers, then a malformed source (moxStsBadArgErr), then an
+ * allocation failing or a table of more than 2^24 entries (moxStsMemAllocErr); *ppDstTable set on success only.
+ * Decoders use the word cursor; only the low 5 bits of *pBitOffset are used (it is not checked). */
+/* Builds a single-value table. */
+MOXAPI MoxStatus moxiHuffmanTableInitAlloc_32s(const Mox32s* pSrcTable, Mox32u** ppDstTable);
+/* Builds a run/level table: value (second << 8) | (first & 0xFF), for moxiDecodeHuffmanPair_1u16s. */
+MOXAPI MoxStatus moxiHuffmanRunLevelTableInitAlloc_32s(const Mox32s* pSrcTable, Mox32u** ppDstTable);
+/* Releases a built table (moxFree). */
+MOXAPI MoxStatus moxiHuffmanTableFree_32s(Mox32u* pDecodeTable);
+/* One code; on a pattern that is no code writes 0xF0F1, leaves the cursor where the lookup left it and returns moxStsBitstreamErr. */
+MOXAPI MoxStatus moxiDecodeHuffmanOne_1u32s(Mox32u** ppBitStream, int* pBitOffset, Mox32s* pDst, const Mox32u* pDecodeTable);
+/* One run/level code into pDst1 (bits 8..15 of the leaf) and pDst2 (bits 16..31); on a pattern that is no code writes nothing, keeps the cursor and returns moxStsBitstreamErr. */
+MOXAPI MoxStatus moxiDecodeHuffmanPair_1u16s(Mox32u** ppBitStream, int* pBitOffset, const Mox32u* pDecodeTable, Mox8s* pDst1, Mox16s* pDst2);
 /* (end of section: generic Huffman tables) */
 
 /* ================================================================== VC-1 quantisation and inverse quantisation */
+/* Blocks of Mox16s coefficients in raster order. Inverse: 16-bit wrap-around, uniform c * quant, non-uniform
+ * c * quant + (quant >> 1) for c > 0, - (quant >> 1) for c < 0, 0 stays 0; quant is not checked. pDstSizeNZ
+ * receives the last non-zero column + 1 and row + 1 of the scaled block (0, 0 when none); intra blocks keep
+ * their DC unchanged, count row 0 always and judge column 0 by the scaled DC. Checks: null pointers, then
+ * (inter) roiSize.height, roiSize.width each 4 or 8 (moxStsSizeErr).
+ * Forward, in place: non-uniform first moves c towards zero by quant >> 1; then truncating division by
+ * quant 2..62 (else moxStsOutOfRangeErr), exact except for quant 19, 21, 27, 41 and 55, whose rounded-down
+ * reciprocals give some results one smaller in magnitude (every positive exact multiple: 19 / 19 = 0);
+ * intra blocks keep their DC. Checks: null pointer, quant, then (inter) size. */
+/* Intra 8x8 inverse quantisation into pDst. */
+MOXAPI MoxStatus moxiQuantInvIntraUniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep, Mox32s quant, MoxiSize* pDstSizeNZ);
+MOXAPI MoxStatus moxiQuantInvIntraNonuniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep, Mox32s quant, MoxiSize* pDstSizeNZ);
+/* Intra 8x8 inverse quantisation in place. */
+MOXAPI MoxStatus moxiQuantInvIntraUniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize* pDstSizeNZ);
+MOXAPI MoxStatus moxiQuantInvIntraNonuniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize* pDstSizeNZ);
+/* Inter 8x8, 8x4, 4x8 or 4x4 (roiSize) inverse quantisation into pDst. */
+MOXAPI MoxStatus moxiQuantInvInterUniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep, Mox32s quant, MoxiSize roiSize, MoxiSize* pDstSizeNZ);
+MOXAPI MoxStatus moxiQuantInvInterNonuniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep, Mox32s quant, MoxiSize roiSize, MoxiSize* pDstSizeNZ);
+/* Inter inverse quantisation in place. */
+MOXAPI MoxStatus moxiQuantInvInterUniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize roiSize, MoxiSize* pDstSizeNZ);
+MOXAPI MoxStatus moxiQuantInvInterNonuniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize roiSize, MoxiSize* pDstSizeNZ);
+/* Intra 8x8 forward quantisation in place. */
+MOXAPI MoxStatus moxiQuantIntraUniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant);
+MOXAPI MoxStatus moxiQuantIntraNonuniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant);
+/* Inter 8x8, 8x4, 4x8 or 4x4 (roiSize) forward quantisation in place. */
+MOXAPI MoxStatus moxiQuantInterUniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize roiSize);
+MOXAPI MoxStatus moxiQuantInterNonuniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize roiSize);
 /* (end of section: VC-1 quantisation and inverse quantisation) */
 
 /* ================================================================== VC-1 interpolation, inverse transforms, loop filter, overlap smoothing and range mapping */

@@ -297,9 +297,21 @@ void chromaVerRows(const Rec* d, Mox16u* top, const Mox8u* bs0, const Mox8u* bs1
     if ((load32(bs0) | (bothEdges ? load32(bs1) : 0)) == 0) return;
     const __m128i maxv = maxOf(d->bitDepth);
     Mox16u* q = top - 2;
-    __m128i v[8];
+    // With edge 0 off, columns -2 and -1 (perhaps outside the picture) are
+    // neither read nor written: columns 0..7 are loaded and shifted into place.
+    const bool outerOff = bothEdges && load32(bs0) == 0;
+    __m128i v[8], orig[8] = {};
     #pragma GCC unroll 16
-    for (int y = 0; y < 8; ++y) v[y] = y < Rows ? simd::load<Rows == 8 ? 16 : 8>(rowOf(d, q, y)) : _mm_setzero_si128();
+    for (int y = 0; y < 8; ++y) {
+        if (y >= Rows) {
+            v[y] = _mm_setzero_si128();
+        } else if (outerOff) {
+            orig[y] = simd::load<16>(rowOf(d, top, y));
+            v[y] = _mm_slli_si128(orig[y], 4);
+        } else {
+            v[y] = simd::load<Rows == 8 ? 16 : 8>(rowOf(d, q, y));
+        }
+    }
     transpose8x8(v);
     bool changed = false;
         for (int c = 0; c < (bothEdges ? 2 : 1); ++c) {
@@ -312,6 +324,12 @@ void chromaVerRows(const Rec* d, Mox16u* top, const Mox8u* bs0, const Mox8u* bs1
     }
     if (!changed) return;
     transpose8x8(v);
+    if (outerOff) {
+        // Columns 0..5 back in place, columns 6 and 7 as they were.
+        #pragma GCC unroll 16
+        for (int y = 0; y < Rows; ++y) simd::store<16>(rowOf(d, top, y), _mm_blend_epi16(_mm_srli_si128(v[y], 4), orig[y], 0xC0));
+        return;
+    }
     #pragma GCC unroll 16
     for (int y = 0; y < Rows; ++y) simd::store<Rows == 8 ? 16 : 8>(rowOf(d, q, y), v[y]);
 }
@@ -328,12 +346,23 @@ void chromaVerMbaff(const Rec* d) {
 void chroma422Ver(const Rec* d) {
     const __m128i maxv = maxOf(d->bitDepth);
     if ((load32(d->pBs) | load32(d->pBs + 8)) == 0) return;
+    // With edge 0 off, columns -2 and -1 (perhaps outside the picture) are
+    // neither read nor written: columns 0..7 are loaded and shifted into place.
+    const bool outerOff = load32(d->pBs) == 0;
     #pragma GCC unroll 16
     for (int h = 0; h < 2; ++h) {
-        Mox16u* q = rowOf(d, d->pSrcDstPlane, 8 * h) - 2;
-        __m128i v[8];
+        Mox16u* top = rowOf(d, d->pSrcDstPlane, 8 * h);
+        Mox16u* q = top - 2;
+        __m128i v[8], orig[8] = {};
         #pragma GCC unroll 16
-        for (int y = 0; y < 8; ++y) v[y] = simd::load<16>(rowOf(d, q, y));
+        for (int y = 0; y < 8; ++y) {
+            if (outerOff) {
+                orig[y] = simd::load<16>(rowOf(d, top, y));
+                v[y] = _mm_slli_si128(orig[y], 4);
+            } else {
+                v[y] = simd::load<16>(rowOf(d, q, y));
+            }
+        }
         transpose8x8(v);
         bool changed = false;
         #pragma GCC unroll 16
@@ -348,6 +377,13 @@ void chroma422Ver(const Rec* d) {
         }
         if (!changed) continue;
         transpose8x8(v);
+        if (outerOff) {
+            // Columns 0..5 back in place, columns 6 and 7 as they were.
+            #pragma GCC unroll 16
+            for (int y = 0; y < 8; ++y)
+                simd::store<16>(rowOf(d, top, y), _mm_blend_epi16(_mm_srli_si128(v[y], 4), orig[y], 0xC0));
+            continue;
+        }
         #pragma GCC unroll 16
         for (int y = 0; y < 8; ++y) simd::store<16>(rowOf(d, q, y), v[y]);
     }

@@ -96,10 +96,13 @@ MOX_INLINE void applyDelta(__m128i p1, __m128i& p0, __m128i& q0, __m128i q1, __m
     q0 = _mm_subs_epu8(_mm_adds_epu8(q0, down), up);
 }
 
-// The line filter mask: active lanes with |p0-q0| < alpha, |p1-p0| < beta, |q1-q0| < beta.
+// The line filter mask: active lanes with |p0-q0| < alpha, |p1-p0| < beta, |q1-q0| < beta
+// (both beta tests on the larger difference; the excesses over the limits
+// are zero together).
 MOX_INLINE __m128i lineMask(__m128i p1, __m128i p0, __m128i q0, __m128i q1, const Lanes& L) {
-    const __m128i m = _mm_and_si128(atMost(absDiff(p1, p0), L.bm1), atMost(absDiff(q1, q0), L.bm1));
-    return _mm_and_si128(_mm_and_si128(L.active, atMost(absDiff(p0, q0), L.am1)), m);
+    const __m128i overB = _mm_subs_epu8(_mm_max_epu8(absDiff(p1, p0), absDiff(q1, q0)), L.bm1);
+    const __m128i overA = _mm_subs_epu8(absDiff(p0, q0), L.am1);
+    return _mm_and_si128(L.active, _mm_cmpeq_epi8(_mm_or_si128(overA, overB), _mm_setzero_si128()));
 }
 
 // Luma filter over v = p3 p2 p1 p0 q0 q1 q2 q3; false when no line changed.
@@ -107,11 +110,12 @@ MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
     const __m128i p3 = v[0], p2 = v[1], p1 = v[2], p0 = v[3], q0 = v[4], q1 = v[5], q2 = v[6], q3 = v[7];
     const __m128i filt = lineMask(p1, p0, q0, q1, L);
     if (_mm_movemask_epi8(filt) == 0) return false;
-    const __m128i one = _mm_set1_epi8(1);
     const __m128i ap = atMost(absDiff(p2, p0), L.bm1), aq = atMost(absDiff(q2, q0), L.bm1);
     const __m128i normal = _mm_andnot_si128(L.strong, filt), strong = _mm_and_si128(L.strong, filt);
     if (_mm_movemask_epi8(normal)) {
-        const __m128i tc = _mm_adds_epu8(_mm_adds_epu8(L.tc0, _mm_and_si128(ap, one)), _mm_and_si128(aq, one));
+        // tc0 + 1 for each of ap, aq (all-ones lanes); tc0 is capped at 253
+        // first, which no |delta| (at most 159) can tell from a larger tc.
+        const __m128i tc = _mm_sub_epi8(_mm_sub_epi8(_mm_min_epu8(L.tc0, _mm_set1_epi8(-3)), ap), aq);
         applyDelta(p1, v[3], v[4], q1, tc, normal);
         // p1 + clip(+-tc0, (p2 + avg(p0, q0) - 2 p1) >> 1) is floor((p2 + avg) / 2) clamped to p1 +- tc0.
         const __m128i avg = _mm_avg_epu8(p0, q0);
@@ -153,6 +157,31 @@ MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
         v[6] = _mm_blendv_epi8(v[6], pk(5), sq);
     }
     return true;
+}
+
+// Luma filter of lines without strength 4: p1, p0, q0, q1 change (p2 and q2
+// are only read); false when no line changed. Fewer live registers than
+// lumaFilter, and no p3, q3.
+MOX_INLINE bool lumaNormal(__m128i p2, __m128i& p1, __m128i& p0, __m128i& q0, __m128i& q1, __m128i q2,
+                           const Lanes& L) {
+    const __m128i filt = lineMask(p1, p0, q0, q1, L);
+    if (_mm_movemask_epi8(filt) == 0) return false;
+    const __m128i ap = _mm_and_si128(atMost(absDiff(p2, p0), L.bm1), filt);
+    const __m128i aq = _mm_and_si128(atMost(absDiff(q2, q0), L.bm1), filt);
+    const __m128i tc = _mm_sub_epi8(_mm_sub_epi8(_mm_min_epu8(L.tc0, _mm_set1_epi8(-3)), ap), aq);
+    const __m128i avg = _mm_avg_epu8(p0, q0);
+    const __m128i np1 = _mm_min_epu8(_mm_max_epu8(avgDown(p2, avg), _mm_subs_epu8(p1, L.tc0)), _mm_adds_epu8(p1, L.tc0));
+    const __m128i nq1 = _mm_min_epu8(_mm_max_epu8(avgDown(q2, avg), _mm_subs_epu8(q1, L.tc0)), _mm_adds_epu8(q1, L.tc0));
+    applyDelta(p1, p0, q0, q1, tc, filt);
+    p1 = _mm_blendv_epi8(p1, np1, ap);
+    q1 = _mm_blendv_epi8(q1, nq1, aq);
+    return true;
+}
+
+// Some strength byte of the four is 4.
+MOX_INLINE bool hasStrong(uint32_t b4) {
+    const uint32_t y = b4 ^ 0x04040404u;
+    return ((y - 0x01010101u) & ~y & 0x80808080u) != 0;
 }
 
 // Chroma filter of p0 and q0 (p1, q1 are only read); false when no line changed.
@@ -259,6 +288,10 @@ MOX_INLINE void store32(Mox8u* p, __m128i v) {
 // ---------------------------------------------------------------- luma
 
 void lumaHor(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mox8u* tc0, const Mox8u* bs) {
+    uint64_t lo, hi;
+    std::memcpy(&lo, bs, 8);
+    std::memcpy(&hi, bs + 8, 8);
+    if ((lo | hi) == 0) return;
     const Broadcast cls[2] = {broadcast(limits(alpha[0], beta[0])), broadcast(limits(alpha[1], beta[1]))};
     for (int e = 0; e < 4; ++e) {
         if (load32(bs + 4 * e) == 0) continue;
@@ -266,6 +299,17 @@ void lumaHor(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mo
         if (l.off) continue;
         const Lanes L = lanes(spread4(bs + 4 * e), spread4(tc0 + 4 * e), l);
         Mox8u* q = row(p, step, 4 * e);
+        if (!hasStrong(load32(bs + 4 * e))) {
+            __m128i p1 = simd::load<16>(row(q, step, -2)), p0 = simd::load<16>(row(q, step, -1));
+            __m128i q0 = simd::load<16>(q), q1 = simd::load<16>(row(q, step, 1));
+            if (!lumaNormal(simd::load<16>(row(q, step, -3)), p1, p0, q0, q1, simd::load<16>(row(q, step, 2)), L))
+                continue;
+            simd::store<16>(row(q, step, -2), p1);
+            simd::store<16>(row(q, step, -1), p0);
+            simd::store<16>(q, q0);
+            simd::store<16>(row(q, step, 1), q1);
+            continue;
+        }
         __m128i v[8];
         #pragma GCC unroll 16
         for (int k = 0; k < 8; ++k) v[k] = simd::load<16>(row(q, step, k - 4));
@@ -303,7 +347,9 @@ void lumaVer(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mo
         if (load32(bs + 4 * e) == 0) continue;
         const Broadcast& l = cls[e ? 1 : 0];
         if (l.off) continue;
-        changed |= lumaFilter(c + 4 * e, lanes(spread4(bs + 4 * e), spread4(tc0 + 4 * e), l));
+        const Lanes L = lanes(spread4(bs + 4 * e), spread4(tc0 + 4 * e), l);
+        __m128i* v = c + 4 * e;
+        changed |= hasStrong(load32(bs + 4 * e)) ? lumaFilter(v, L) : lumaNormal(v[1], v[2], v[3], v[4], v[5], v[6], L);
     }
     if (!changed) return;
     __m128i o[8];
@@ -457,9 +503,19 @@ MOX_INLINE void transpose8x8w(__m128i r[8]) {
 void chromaVerC2(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mox8u* tc0, const Mox8u* bs) {
     if ((load32(bs) | load32(bs + 8)) == 0) return;
     Mox8u* q = p - 4;  // bytes -4..11: U/V pairs p1..q1 of both edges
-    __m128i v[8];
+    // With edge 0 off, bytes -4..-1 (perhaps outside the picture) are neither
+    // read nor written: bytes 0..15 are loaded and shifted into place.
+    const bool edge0 = load32(bs) != 0;
+    __m128i v[8], orig[8] = {};
     #pragma GCC unroll 16
-    for (int y = 0; y < 8; ++y) v[y] = simd::load<16>(row(q, step, y));
+    for (int y = 0; y < 8; ++y) {
+        if (edge0) {
+            v[y] = simd::load<16>(row(q, step, y));
+        } else {
+            orig[y] = simd::load<16>(row(p, step, y));
+            v[y] = _mm_slli_si128(orig[y], 4);
+        }
+    }
     transpose8x8w(v);
     bool changed = false;
     #pragma GCC unroll 16
@@ -472,6 +528,12 @@ void chromaVerC2(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, cons
     }
     if (!changed) return;
     transpose8x8w(v);
+    if (!edge0) {
+        // Bytes 0..11 back in place, bytes 12..15 as they were.
+        #pragma GCC unroll 16
+        for (int y = 0; y < 8; ++y) simd::store<16>(row(p, step, y), _mm_blend_epi16(_mm_srli_si128(v[y], 4), orig[y], 0xC0));
+        return;
+    }
     #pragma GCC unroll 16
     for (int y = 0; y < 8; ++y) simd::store<16>(row(q, step, y), v[y]);
 }
@@ -502,12 +564,23 @@ void chromaVerMbaff(Mox8u* p, int step, uint32_t alpha, uint32_t beta, const Mox
 void chroma422Ver(const MoxiFilterDeblock_8u* d) {
     const Mox8u* bs = d->pBs;
     if ((load32(bs) | load32(bs + 8)) == 0) return;
-    Mox8u* q = d->pSrcDstPlane - 2;  // columns -2..5
+    Mox8u* p = d->pSrcDstPlane;
+    Mox8u* q = p - 2;  // columns -2..5
     const int step = d->srcDstStep;
+    // With edge 0 off, columns -2 and -1 (perhaps outside the picture) are
+    // neither read nor written: columns 0..7 are loaded and shifted into place.
+    const bool edge0 = load32(bs) != 0;
     __m128i r[16], v[8], o[8];
     #pragma GCC unroll 16
-    for (int y = 0; y < 16; ++y) r[y] = simd::load<8>(row(q, step, y));
-    transpose16x8(r, v);
+    for (int y = 0; y < 16; ++y) r[y] = edge0 ? simd::load<8>(row(q, step, y)) : simd::load<8>(row(p, step, y));
+    if (edge0) {
+        transpose16x8(r, v);
+    } else {
+        __m128i s[16];
+        #pragma GCC unroll 16
+        for (int y = 0; y < 16; ++y) s[y] = _mm_slli_epi64(r[y], 16);
+        transpose16x8(s, v);
+    }
     bool changed = false;
     #pragma GCC unroll 16
     for (int c = 0; c < 2; ++c) {
@@ -519,6 +592,14 @@ void chroma422Ver(const MoxiFilterDeblock_8u* d) {
     }
     if (!changed) return;
     transpose8x16(v, o);
+    if (!edge0) {
+        // Columns 0..5 back in place, columns 6 and 7 as they were.
+        #pragma GCC unroll 16
+        for (int k = 0; k < 8; ++k)
+            store8x2(row(p, step, 2 * k), row(p, step, 2 * k + 1),
+                     _mm_blend_epi16(_mm_srli_epi64(o[k], 16), _mm_unpacklo_epi64(r[2 * k], r[2 * k + 1]), 0x88));
+        return;
+    }
     #pragma GCC unroll 16
     for (int k = 0; k < 8; ++k) store8x2(row(q, step, 2 * k), row(q, step, 2 * k + 1), o[k]);
 }
@@ -541,11 +622,17 @@ void chroma422Hor(const MoxiFilterDeblock_8u* d) {
         L.strong = whole;
         L.active = _mm_or_si128(L.active, _mm_and_si128(whole, usable));
         Mox8u* q = row(p, step, 8 * k);
-        auto ld = [&](int y) { return simd::load8x2(row(q, step, y), row(q, step, y + 4)); };
+        // With edge 0 off, rows -2 and -1 (perhaps outside the picture) are
+        // neither read nor written: edge 1's rows stand in for them.
+        const bool outer = k == 0 && b0 == 0;
+        auto ld = [&](int y) { return simd::load8x2(row(q, step, y < 0 && outer ? y + 4 : y), row(q, step, y + 4)); };
         const __m128i p1 = ld(-2), q1 = ld(1);
         __m128i p0 = ld(-1), q0 = ld(0);
         if (!chromaFilter(p1, p0, q0, q1, L)) continue;
-        store8x2(row(q, step, -1), row(q, step, 3), p0);
+        if (outer)
+            _mm_storeh_pi(reinterpret_cast<__m64*>(row(q, step, 3)), _mm_castsi128_ps(p0));
+        else
+            store8x2(row(q, step, -1), row(q, step, 3), p0);
         store8x2(q, row(q, step, 4), q0);
     }
 }

@@ -7,7 +7,9 @@
 // and the row loop is unrolled at compile time. One kernel is instantiated
 // per width and height and chosen once per call from a table.
 //
-//  * Single prediction, 8-bit, H.264 weights: pmaddubsw of (s, 1) byte pairs
+//  * Single prediction, 8-bit, H.264 weights: pmullw of the zero-extended
+//    samples, paddsw of the rounding term plus the offset shifted up, psraw,
+//    packuswb; offsets too large to fold: pmaddubsw of (s, 1) byte pairs
 //    with (w, r) gives s * w + r in 16 bits; psraw, paddsw offset, packuswb.
 //  * Two predictions, 8-bit, byte weights whose sums cannot leave 16 bits:
 //    pmaddubsw of (s1, s2) byte pairs with (w1, w2), paddw rounding (and
@@ -150,6 +152,25 @@ struct UniBytes {
     __m128i apply(__m128i s, __m128i) const {
         __m128i lo = half(_mm_unpacklo_epi8(s, one));
         __m128i hi = N > 8 ? half(_mm_unpackhi_epi8(s, one)) : lo;
+        return _mm_packus_epi16(lo, hi);
+    }
+};
+
+// 8-bit single prediction, -128 <= w <= 128, shift <= 7, with the rounding
+// term and the offset folded into one 16-bit constant k: pmullw, paddsw k,
+// psraw. A sum that saturates lies beyond 2^15 in size, so its shifted value
+// is above 255 or below 0 either way and packuswb clamps it alike.
+struct UniWords {
+    __m128i w, k, shift;
+    explicit UniWords(const Params& p)
+        : w(_mm_set1_epi16(static_cast<short>(p.w1))),
+          k(_mm_set1_epi16(static_cast<short>(p.k))),
+          shift(_mm_cvtsi32_si128(p.shift)) {}
+    __m128i half(__m128i words) const { return _mm_sra_epi16(_mm_adds_epi16(_mm_mullo_epi16(words, w), k), shift); }
+    template <int N>
+    __m128i apply(__m128i s, __m128i) const {
+        __m128i lo = half(_mm_cvtepu8_epi16(s));
+        __m128i hi = N > 8 ? half(_mm_unpackhi_epi8(s, _mm_setzero_si128())) : lo;
         return _mm_packus_epi16(lo, hi);
     }
 };
@@ -298,7 +319,10 @@ inline int64_t roundingTerm(int shift) { return shift > 0 ? int64_t{1} << (shift
 void uniWeight8u(Mox8u* p, int step, Mox32u ulog2wd, int w, int offset, MoxiSize size) {
     const int shift = clampShift(ulog2wd);
     const int64_t r = roundingTerm(shift);
-    if (w >= -128 && w <= 127 && shift <= 7 && offset >= -32768 && offset <= 32767) {
+    const int64_t k = r + int64_t{offset} * (int64_t{1} << shift);
+    if (w >= -128 && w <= 128 && shift <= 7 && k >= -32768 && k <= 32767) {
+        run<UniWords, Mox8u>(p, step, p, step, p, step, size, Params{w, 0, static_cast<int>(k), shift, 0, 255});
+    } else if (w >= -128 && w <= 127 && shift <= 7 && offset >= -32768 && offset <= 32767) {
         run<UniBytes, Mox8u>(p, step, p, step, p, step, size, Params{w, 0, static_cast<int>(r), shift, offset, 255});
     } else {
         weightPairs8u(p, step, p, step, p, step, size, w, 0, r, shift, offset);

@@ -1,8 +1,11 @@
 // H.264 deblocking filters: every exported form against the scalar model on
 // random macroblocks (smooth, noisy and near-saturated content, every kind of
 // strength, thresholds over their whole range), with the macroblock and the
-// samples the filter may read surrounded by guards, plus argument checks.
+// samples the filter may read surrounded by guards, a macroblock at the
+// picture's edges next to unreadable pages, plus argument checks.
+#include <algorithm>
 #include <functional>
+#include <vector>
 
 #include "common/guard_page.h"
 #include "common/harness.h"
@@ -362,48 +365,89 @@ TEST(Deblock, MbaffAlphaZeroReadsNothing8u) {
     expectUntouched(moxStsNoErr, [&] { return moxiFilterDeblockingChromaVerEdgeMBAFF_H264_16u_C1IR(&d); }, {g16});
 }
 
-// A macroblock at the picture's left or top edge is filtered with the
-// strengths of edge 0 all zero: the samples beyond that edge may not exist,
-// so they must be neither read nor written. The macroblock's first row
-// starts a page whose predecessor is unreadable.
-TEST(Deblock, ZeroOuterEdgeStaysInsidePicture8u) {
-    const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    void* m = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(m, MAP_FAILED);
-    Mox8u* base = static_cast<Mox8u*>(m);
-    ASSERT_EQ(mprotect(base, page, PROT_NONE), 0);
-    Mox8u* mb = base + page;
-    const int step = 64;
-    const Mox8u alpha[2] = {255, 255}, beta[2] = {255, 255};
-    Mox8u bs[16], tc0[16];
-    for (int i = 0; i < 16; ++i) {
-        bs[i] = i < 4 ? 0 : static_cast<Mox8u>(1 + i % 4);
-        tc0[i] = 2;
+// ---------------------------------------------------------------- picture edges
+
+// A macroblock alone in a picture: every row of the macroblock sits in a page
+// of its own whose neighbouring pages (before and after, and the rows above
+// and below) are unreadable. Rows start at their page's start (the picture's
+// left edge) or end at its end (the right edge). Row y is at page 9 + 2y.
+class EdgePages {
+public:
+    static constexpr int kRows = 16;
+    EdgePages() : page_(static_cast<size_t>(sysconf(_SC_PAGESIZE))), size_((2 * kRows + 11) * page_) {
+        void* m = mmap(nullptr, size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (m == MAP_FAILED) throw std::runtime_error("mmap");
+        base_ = static_cast<Mox8u*>(m);
+        for (int y = 0; y < kRows; ++y)
+            if (mprotect(rowPage(y), page_, PROT_READ | PROT_WRITE) != 0) throw std::runtime_error("mprotect");
     }
-    using Fn = MoxStatus (*)(Mox8u*, Mox32s, const Mox8u*, const Mox8u*, const Mox8u*, const Mox8u*);
-    const struct {
-        const char* name;
-        Fn f;
-        bool luma, vertical;
-    } forms[] = {{"luma vertical", moxiFilterDeblockingLuma_VerEdge_H264_8u_C1IR, true, true},
-                 {"luma horizontal", moxiFilterDeblockingLuma_HorEdge_H264_8u_C1IR, true, false},
-                 {"chroma vertical", moxiFilterDeblockingChroma_VerEdge_H264_8u_C1IR, false, true},
-                 {"chroma horizontal", moxiFilterDeblockingChroma_HorEdge_H264_8u_C1IR, false, false}};
-    for (const auto& form : forms) {
-        // Stripes, so that the inner edges are filtered; the model gives the result.
-        const int size = form.luma ? 16 : 8;
-        Mox8u want[16 * 16];
-        for (int y = 0; y < size; ++y)
-            for (int x = 0; x < size; ++x) mb[y * step + x] = want[y * 16 + x] = static_cast<Mox8u>(((x + y) & 4) ? 90 : 100);
-        if (form.luma)
-            ref::deblockLuma(want, 16, form.vertical, alpha, beta, tc0, bs, 255);
-        else
-            ref::deblockChroma(want, 16, form.vertical, 1, alpha, beta, tc0, bs, 255);
-        ASSERT_EQ(form.f(mb, step, alpha, beta, tc0, bs), moxStsNoErr) << form.name;
-        for (int y = 0; y < size; ++y)
-            for (int x = 0; x < size; ++x) ASSERT_EQ(mb[y * step + x], want[y * 16 + x]) << form.name << " " << x << "," << y;
+    ~EdgePages() { munmap(base_, size_); }
+    EdgePages(const EdgePages&) = delete;
+    EdgePages& operator=(const EdgePages&) = delete;
+
+    Mox8u* rowPage(int y) const { return base_ + (9 + 2 * static_cast<size_t>(y)) * page_; }
+    int step() const { return static_cast<int>(2 * page_); }
+    int pageBytes() const { return static_cast<int>(page_); }
+
+private:
+    size_t page_, size_;
+    Mox8u* base_;
+};
+
+// With edge 0's strengths all 0 (the macroblock at the picture's left or top
+// edge) no form may touch anything outside the macroblock; the inner edges
+// are still filtered as the model says and the rest of every row's page
+// stays as it was.
+template <class T>
+void checkPictureEdges(const Case<T>& c, EdgePages& pages, uint32_t seed) {
+    Rng r(seed);
+    const Area a = areaOf(c.kind);
+    const int rowBytes = a.width * static_cast<int>(sizeof(T));
+    const bool mbaff = c.kind == Kind::LumaMbaff || c.kind == Kind::ChromaMbaff;
+    int changedCalls = 0;
+    for (int atEnd = 0; atEnd < 2; ++atEnd) {
+        const int offset = atEnd ? pages.pageBytes() - rowBytes : 0;
+        // The bytes of each row's page next to the macroblock, which must stay as they were.
+        const int lo = std::max(0, offset - 64), hi = std::min(pages.pageBytes(), offset + rowBytes + 64);
+        for (int iter = 0; iter < 300; ++iter) {
+            const int bitDepth = sizeof(T) == 1 ? 8 : r.uniform(8, 16);
+            Guarded<T> want(a.left + a.width, a.top + a.height);
+            fillContent(r, want, (1 << bitDepth) - 1);
+            Params<T> p = randomParams<T>(r, bitDepth);
+            for (int i = 0; i < 4; ++i) p.bs[i] = 0;
+            std::vector<std::vector<Mox8u>> before(a.height);
+            bool changed = false;
+            for (int y = 0; y < a.height; ++y) {
+                Mox8u* page = pages.rowPage(y);
+                for (int x = lo; x < hi; ++x) page[x] = static_cast<Mox8u>(r.uniform(0, 255));
+                std::memcpy(page + offset, &want.at(a.left, a.top + y), rowBytes);
+                before[y].assign(page + lo, page + hi);
+            }
+            ASSERT_EQ(c.call(reinterpret_cast<T*>(pages.rowPage(0) + offset), pages.step(), p), moxStsNoErr) << c.name;
+            model(c.kind, &want.at(a.left, a.top), want.step(), p);
+            for (int y = 0; y < a.height; ++y) {
+                const Mox8u* page = pages.rowPage(y);
+                std::vector<Mox8u> expect = before[y];
+                std::memcpy(expect.data() + offset - lo, &want.at(a.left, a.top + y), rowBytes);
+                ASSERT_EQ(std::vector<Mox8u>(page + lo, page + hi), expect)
+                    << c.name << (atEnd ? " right" : " left") << " edge, row " << y << ", iteration " << iter;
+                changed |= std::memcmp(before[y].data() + offset - lo, page + offset, rowBytes) != 0;
+            }
+            changedCalls += changed;
+        }
     }
-    munmap(m, 2 * page);
+    // The inner edges must have been filtered, not only skipped (the MBAFF
+    // forms have only edge 0).
+    if (!mbaff) {
+        EXPECT_GT(changedCalls, 100) << c.name;
+    }
+}
+
+TEST(Deblock, ZeroOuterEdgeStaysInsidePicture) {
+    EdgePages pages;
+    uint32_t seed = 300;
+    for (const auto& c : k8u) checkPictureEdges(c, pages, seed++);
+    for (const auto& c : k16u) checkPictureEdges(c, pages, seed++);
 }
 
 TEST(Deblock, Chroma422MbaffNotImplemented) {

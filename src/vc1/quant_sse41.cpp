@@ -1,0 +1,255 @@
+// VC-1 quantisation and inverse quantisation of 8x8, 8x4, 4x8 and 4x4
+// coefficient blocks (SMPTE 421M clause 8.1.3.8), uniform and non-uniform,
+// intra and inter.
+//
+// An 8-wide block holds one row per register, a 4-wide block two rows. The
+// inverse kernels scale with pmullw (16-bit wrap-around) and add the
+// non-uniform half step with psignw; the non-zero extent comes from one
+// packsswb/pcmpeqb/pmovmskb per two registers: a mask with bit W * y + x set
+// for every non-zero result, whose highest bit gives the height and whose
+// rows ORed together give the columns. The forward kernels divide with the
+// reciprocal rows of quant_tables.h: psraw for powers of two, pmulhw (plus
+// paddsw of the value for 17-bit reciprocals) and psraw otherwise. Every
+// kernel is chosen once per call from a table indexed by size (and, for the
+// forward direction, by quant).
+#include <smmintrin.h>
+
+#include <array>
+#include <cstdint>
+
+#include "core/check.h"
+#include "core/pixel.h"
+#include "vc1/quant_tables.h"
+
+namespace {
+
+using namespace mox;
+using mox::vc1::kQuantReciprocal;
+
+// ---------------------------------------------------------------- block access
+// Register i of a W x H block: row i (W = 8) or rows 2i and 2i + 1 (W = 4).
+template <int W>
+inline __m128i loadReg(const Mox16s* p, int step, int i) {
+    if constexpr (W == 8) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(row(p, step, i)));
+    } else {
+        __m128i lo = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row(p, step, 2 * i)));
+        return _mm_castpd_si128(
+            _mm_loadh_pd(_mm_castsi128_pd(lo), reinterpret_cast<const double*>(row(p, step, 2 * i + 1))));
+    }
+}
+
+template <int W>
+inline void storeReg(Mox16s* p, int step, int i, __m128i v) {
+    if constexpr (W == 8) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(row(p, step, i)), v);
+    } else {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(row(p, step, 2 * i)), v);
+        _mm_storeh_pd(reinterpret_cast<double*>(row(p, step, 2 * i + 1)), _mm_castsi128_pd(v));
+    }
+}
+
+// ---------------------------------------------------------------- inverse
+// Bit W * y + x of the result is set when coefficient (x, y) is non-zero.
+template <int N>
+inline uint64_t nonZeroMask(const __m128i (&r)[N]) {
+    const __m128i zero = _mm_setzero_si128();
+    uint64_t m = 0;
+#pragma GCC unroll 4
+    for (int i = 0; i < N; i += 2) {
+        // packsswb keeps a value non-zero exactly when it was non-zero.
+        __m128i z = _mm_cmpeq_epi8(_mm_packs_epi16(r[i], r[i + 1]), zero);
+        m |= static_cast<uint64_t>(~_mm_movemask_epi8(z) & 0xFFFF) << (8 * i);
+    }
+    return m;
+}
+
+template <int W, int H>
+inline MoxiSize extentOf(uint64_t m) {
+    if (m == 0) return {0, 0};
+    int height = (63 - __builtin_clzll(m)) / W + 1;
+    for (int span = W * H / 2; span >= W; span /= 2) m |= m >> span;
+    uint32_t cols = static_cast<uint32_t>(m) & ((1u << W) - 1);
+    return {32 - __builtin_clz(cols), height};
+}
+
+template <int W, int H, bool Intra, bool Nonuniform>
+void quantInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant, MoxiSize* pDstSizeNZ) {
+    constexpr int N = W * H / 8;  // registers
+    const __m128i q = _mm_set1_epi16(static_cast<int16_t>(quant));
+    const __m128i half = _mm_set1_epi16(static_cast<int16_t>(quant >> 1));
+    __m128i r[N];
+    __m128i dc = _mm_setzero_si128();
+#pragma GCC unroll 8
+    for (int i = 0; i < N; ++i) {
+        __m128i c = loadReg<W>(pSrc, srcStep, i);
+        if (i == 0) dc = c;
+        __m128i v = _mm_mullo_epi16(c, q);
+        if constexpr (Nonuniform) v = _mm_add_epi16(v, _mm_sign_epi16(half, c));
+        r[i] = v;
+    }
+    // The extent judges the scaled DC; the stored DC is the source's.
+    MoxiSize nz = extentOf<W, H>(nonZeroMask(r));
+    if constexpr (Intra) {
+        r[0] = _mm_blend_epi16(r[0], dc, 1);
+        if (nz.height == 0) nz.height = 1;
+    }
+#pragma GCC unroll 8
+    for (int i = 0; i < N; ++i) storeReg<W>(pDst, dstStep, i, r[i]);
+    *pDstSizeNZ = nz;
+}
+
+using InvKernel = void (*)(const Mox16s*, int, Mox16s*, int, int, MoxiSize*);
+
+// Index of a 4- or 8-wide, 4- or 8-high block: 0 4x4, 1 8x4, 2 4x8, 3 8x8.
+constexpr int sizeIndex(int width, int height) { return (width >> 3) | (height >> 3) << 1; }
+constexpr bool validSide(int n) { return n == 4 || n == 8; }
+
+template <bool Nonuniform>
+constexpr std::array<InvKernel, 4> kInterInv = {
+    quantInv<4, 4, false, Nonuniform>, quantInv<8, 4, false, Nonuniform>,
+    quantInv<4, 8, false, Nonuniform>, quantInv<8, 8, false, Nonuniform>};
+
+// The size checks after the pointer checks, then the kernel.
+template <bool Nonuniform>
+MoxStatus runInterInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant, MoxiSize roi,
+                      MoxiSize* pDstSizeNZ) {
+    MOX_CHECK(validSide(roi.height), moxStsSizeErr);
+    MOX_CHECK(validSide(roi.width), moxStsSizeErr);
+    kInterInv<Nonuniform>[sizeIndex(roi.width, roi.height)](pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+    return moxStsNoErr;
+}
+
+// ---------------------------------------------------------------- forward
+// Truncating division by quant through its reciprocal row.
+template <int Kind>
+inline __m128i divide(__m128i v, __m128i m, __m128i shift, __m128i bias) {
+    if constexpr (Kind == mox::vc1::kPow2) {
+        // bias is quant - 1
+        return _mm_sra_epi16(_mm_add_epi16(v, _mm_and_si128(_mm_srai_epi16(v, 15), bias)), shift);
+    } else {
+        __m128i t = _mm_mulhi_epi16(v, m);
+        if constexpr (Kind == mox::vc1::kMulHighAdd) t = _mm_adds_epi16(t, v);
+        return _mm_sub_epi16(_mm_sra_epi16(t, shift), _mm_srai_epi16(v, 15));
+    }
+}
+
+template <int W, int H, bool Intra, bool Nonuniform, int Kind>
+void quantFwd(Mox16s* p, int step, int quant) {
+    constexpr int N = W * H / 8;
+    const mox::vc1::QuantReciprocal rc = kQuantReciprocal[quant - mox::vc1::kMinForwardQuant];
+    const __m128i m = _mm_set1_epi16(rc.m);
+    const __m128i shift = _mm_cvtsi32_si128(rc.shift);
+    const __m128i bias = _mm_set1_epi16(static_cast<int16_t>(quant - 1));
+    const __m128i half = _mm_set1_epi16(static_cast<int16_t>(quant >> 1));
+#pragma GCC unroll 8
+    for (int i = 0; i < N; ++i) {
+        __m128i c = loadReg<W>(p, step, i);
+        __m128i v = c;
+        if constexpr (Nonuniform) v = _mm_sub_epi16(c, _mm_sign_epi16(half, c));
+        v = divide<Kind>(v, m, shift, bias);
+        if (Intra && i == 0) v = _mm_blend_epi16(v, c, 1);
+        storeReg<W>(p, step, i, v);
+    }
+}
+
+using FwdKernel = void (*)(Mox16s*, int, int);
+
+// One row per size (the sizeIndex order), one column per reciprocal kind.
+template <bool Intra, bool Nonuniform>
+constexpr FwdKernel kFwd[4][3] = {
+    {quantFwd<4, 4, Intra, Nonuniform, 0>, quantFwd<4, 4, Intra, Nonuniform, 1>, quantFwd<4, 4, Intra, Nonuniform, 2>},
+    {quantFwd<8, 4, Intra, Nonuniform, 0>, quantFwd<8, 4, Intra, Nonuniform, 1>, quantFwd<8, 4, Intra, Nonuniform, 2>},
+    {quantFwd<4, 8, Intra, Nonuniform, 0>, quantFwd<4, 8, Intra, Nonuniform, 1>, quantFwd<4, 8, Intra, Nonuniform, 2>},
+    {quantFwd<8, 8, Intra, Nonuniform, 0>, quantFwd<8, 8, Intra, Nonuniform, 1>, quantFwd<8, 8, Intra, Nonuniform, 2>}};
+
+constexpr bool forwardQuantInRange(int quant) {
+    return quant >= mox::vc1::kMinForwardQuant && quant <= mox::vc1::kMaxForwardQuant;
+}
+
+// The value checks after the pointer check, then the kernel.
+template <bool Intra, bool Nonuniform>
+MoxStatus runFwd(Mox16s* p, int step, int quant, MoxiSize roi) {
+    MOX_CHECK(forwardQuantInRange(quant), moxStsOutOfRangeErr);
+    MOX_CHECK(validSide(roi.height) && validSide(roi.width), moxStsSizeErr);
+    kFwd<Intra, Nonuniform>[sizeIndex(roi.width, roi.height)]
+        [kQuantReciprocal[quant - mox::vc1::kMinForwardQuant].kind](p, step, quant);
+    return moxStsNoErr;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------- inverse, intra (8x8)
+MOX_FN moxiQuantInvIntraUniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep,
+                                            Mox32s quant, MoxiSize* pDstSizeNZ) {
+    MOX_CHECK_PTRS(pSrc, pDst, pDstSizeNZ);
+    quantInv<8, 8, true, false>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+    return moxStsNoErr;
+}
+
+MOX_FN moxiQuantInvIntraNonuniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep,
+                                               Mox32s quant, MoxiSize* pDstSizeNZ) {
+    MOX_CHECK_PTRS(pSrc, pDst, pDstSizeNZ);
+    quantInv<8, 8, true, true>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+    return moxStsNoErr;
+}
+
+MOX_FN moxiQuantInvIntraUniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant,
+                                             MoxiSize* pDstSizeNZ) {
+    MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
+    quantInv<8, 8, true, false>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
+    return moxStsNoErr;
+}
+
+MOX_FN moxiQuantInvIntraNonuniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant,
+                                                MoxiSize* pDstSizeNZ) {
+    MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
+    quantInv<8, 8, true, true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
+    return moxStsNoErr;
+}
+
+// ---------------------------------------------------------------- inverse, inter (4 or 8 each way)
+MOX_FN moxiQuantInvInterUniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep,
+                                            Mox32s quant, MoxiSize roiSize, MoxiSize* pDstSizeNZ) {
+    MOX_CHECK_PTRS(pSrc, pDst, pDstSizeNZ);
+    return runInterInv<false>(pSrc, srcStep, pDst, dstStep, quant, roiSize, pDstSizeNZ);
+}
+
+MOX_FN moxiQuantInvInterNonuniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep,
+                                               Mox32s quant, MoxiSize roiSize, MoxiSize* pDstSizeNZ) {
+    MOX_CHECK_PTRS(pSrc, pDst, pDstSizeNZ);
+    return runInterInv<true>(pSrc, srcStep, pDst, dstStep, quant, roiSize, pDstSizeNZ);
+}
+
+MOX_FN moxiQuantInvInterUniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize roiSize,
+                                             MoxiSize* pDstSizeNZ) {
+    MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
+    return runInterInv<false>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, roiSize, pDstSizeNZ);
+}
+
+MOX_FN moxiQuantInvInterNonuniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize roiSize,
+                                                MoxiSize* pDstSizeNZ) {
+    MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
+    return runInterInv<true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, roiSize, pDstSizeNZ);
+}
+
+// ---------------------------------------------------------------- forward
+MOX_FN moxiQuantIntraUniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant) {
+    MOX_CHECK_PTRS(pSrcDst);
+    return runFwd<true, false>(pSrcDst, srcDstStep, quant, {8, 8});
+}
+
+MOX_FN moxiQuantIntraNonuniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant) {
+    MOX_CHECK_PTRS(pSrcDst);
+    return runFwd<true, true>(pSrcDst, srcDstStep, quant, {8, 8});
+}
+
+MOX_FN moxiQuantInterUniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize roiSize) {
+    MOX_CHECK_PTRS(pSrcDst);
+    return runFwd<false, false>(pSrcDst, srcDstStep, quant, roiSize);
+}
+
+MOX_FN moxiQuantInterNonuniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize roiSize) {
+    MOX_CHECK_PTRS(pSrcDst);
+    return runFwd<false, true>(pSrcDst, srcDstStep, quant, roiSize);
+}
