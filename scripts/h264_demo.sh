@@ -5,6 +5,7 @@
 set -euo pipefail
 
 here="$(cd "$(dirname "$0")/.." && pwd)"
+"$here/scripts/deps.sh"   # the build tools, on a fresh machine
 build="${BUILD_DIR:-$here/build-demo}"
 clip="${1:-$here/tests/data/h264/speed_720p.264}"
 

@@ -5,6 +5,7 @@
 set -euo pipefail
 
 here="$(cd "$(dirname "$0")/.." && pwd)"
+"$here/scripts/deps.sh"   # the build tools, on a fresh machine
 build="${BUILD_DIR:-$here/build-demo}"
 runs="${1:-5}"
 # The bundled clip four times over (each copy starts with an IDR picture), so
