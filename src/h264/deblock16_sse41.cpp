@@ -64,12 +64,10 @@ MOX_INLINE void applyDelta(__m128i p1, __m128i& p0, __m128i& q0, __m128i q1, __m
     q0 = _mm_blendv_epi8(_mm_min_epu16(_mm_subs_epu16(_mm_adds_epu16(q0, down), up), maxv), q0, keep);
 }
 
-MOX_INLINE __m128i lo32(__m128i v) { return _mm_cvtepu16_epi32(v); }
-MOX_INLINE __m128i hi32(__m128i v) { return _mm_unpackhi_epi16(v, _mm_setzero_si128()); }
 
 // Luma filter of 8 lines over v = p3 p2 p1 p0 q0 q1 q2 q3; false when no line changed.
 MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
-    const __m128i p3 = v[0], p2 = v[1], p1 = v[2], p0 = v[3], q0 = v[4], q1 = v[5], q2 = v[6], q3 = v[7];
+    const __m128i p2 = v[1], p1 = v[2], p0 = v[3], q0 = v[4], q1 = v[5], q2 = v[6];
     const __m128i filt = lineMask(p1, p0, q0, q1, L);
     if (_mm_movemask_epi8(filt) == 0) return false;
     const __m128i one = _mm_set1_epi16(1);
@@ -91,29 +89,7 @@ MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
         const __m128i sp = _mm_and_si128(strong, _mm_and_si128(ap, small));
         const __m128i sq = _mm_and_si128(strong, _mm_and_si128(aq, small));
         const __m128i wp0 = _mm_avg_epu16(p1, avgDown(p0, q1)), wq0 = _mm_avg_epu16(q1, avgDown(q0, p1));
-        __m128i out[6][2];
-        #pragma GCC unroll 16
-        for (int h = 0; h < 2; ++h) {
-            auto w = [h](__m128i x) { return h ? hi32(x) : lo32(x); };
-            const __m128i P3 = w(p3), P2 = w(p2), P1 = w(p1), P0 = w(p0), Q0 = w(q0), Q1 = w(q1), Q2 = w(q2),
-                          Q3 = w(q3);
-            const __m128i two = _mm_set1_epi32(2), four = _mm_set1_epi32(4);
-            const __m128i sP = _mm_add_epi32(_mm_add_epi32(P1, P0), Q0), sQ = _mm_add_epi32(_mm_add_epi32(Q1, Q0), P0);
-            const __m128i tP = _mm_add_epi32(P2, sP), tQ = _mm_add_epi32(Q2, sQ);
-            out[0][h] = _mm_srli_epi32(_mm_add_epi32(_mm_add_epi32(_mm_slli_epi32(_mm_add_epi32(P3, P2), 1), tP), four), 3);
-            out[1][h] = _mm_srli_epi32(_mm_add_epi32(tP, two), 2);
-            out[2][h] = _mm_srli_epi32(_mm_add_epi32(_mm_add_epi32(tP, sP), _mm_add_epi32(Q1, four)), 3);
-            out[3][h] = _mm_srli_epi32(_mm_add_epi32(_mm_add_epi32(tQ, sQ), _mm_add_epi32(P1, four)), 3);
-            out[4][h] = _mm_srli_epi32(_mm_add_epi32(tQ, two), 2);
-            out[5][h] = _mm_srli_epi32(_mm_add_epi32(_mm_add_epi32(_mm_slli_epi32(_mm_add_epi32(Q3, Q2), 1), tQ), four), 3);
-        }
-        auto pk = [&out](int k) { return _mm_packus_epi32(out[k][0], out[k][1]); };
-        v[1] = _mm_blendv_epi8(v[1], pk(0), sp);
-        v[2] = _mm_blendv_epi8(v[2], pk(1), sp);
-        v[3] = _mm_blendv_epi8(v[3], _mm_blendv_epi8(wp0, pk(2), sp), strong);
-        v[4] = _mm_blendv_epi8(v[4], _mm_blendv_epi8(wq0, pk(3), sq), strong);
-        v[5] = _mm_blendv_epi8(v[5], pk(4), sq);
-        v[6] = _mm_blendv_epi8(v[6], pk(5), sq);
+        strongLuma<Wide32>(v, sp, sq, strong, wp0, wq0);
     }
     return true;
 }

@@ -74,8 +74,6 @@ MOX_INLINE Lanes lanes(__m128i bsv, __m128i tc0, const Limits& l0, const Limits&
     return L;
 }
 
-MOX_INLINE __m128i lo16(__m128i v) { return _mm_cvtepu8_epi16(v); }
-MOX_INLINE __m128i hi16(__m128i v) { return _mm_unpackhi_epi8(v, _mm_setzero_si128()); }
 
 // The normal-filter change of p0 and q0, ((q0 - p0) * 4 + (p1 - q1) + 4) >> 3
 // limited to +-tc, split into its positive and negative parts (zero outside
@@ -107,7 +105,7 @@ MOX_INLINE __m128i lineMask(__m128i p1, __m128i p0, __m128i q0, __m128i q1, cons
 
 // Luma filter over v = p3 p2 p1 p0 q0 q1 q2 q3; false when no line changed.
 MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
-    const __m128i p3 = v[0], p2 = v[1], p1 = v[2], p0 = v[3], q0 = v[4], q1 = v[5], q2 = v[6], q3 = v[7];
+    const __m128i p2 = v[1], p1 = v[2], p0 = v[3], q0 = v[4], q1 = v[5], q2 = v[6];
     const __m128i filt = lineMask(p1, p0, q0, q1, L);
     if (_mm_movemask_epi8(filt) == 0) return false;
     const __m128i ap = atMost(absDiff(p2, p0), L.bm1), aq = atMost(absDiff(q2, q0), L.bm1);
@@ -132,29 +130,7 @@ MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
         const __m128i sq = _mm_and_si128(strong, _mm_and_si128(aq, small));
         // (2a + b + c + 2) >> 2 == avg(a, floor((b + c) / 2)).
         const __m128i wp0 = _mm_avg_epu8(p1, avgDown(p0, q1)), wq0 = _mm_avg_epu8(q1, avgDown(q0, p1));
-        __m128i out[6][2];
-        #pragma GCC unroll 16
-        for (int h = 0; h < 2; ++h) {
-            auto w = [h](__m128i x) { return h ? hi16(x) : lo16(x); };
-            const __m128i P3 = w(p3), P2 = w(p2), P1 = w(p1), P0 = w(p0), Q0 = w(q0), Q1 = w(q1), Q2 = w(q2),
-                          Q3 = w(q3);
-            const __m128i two = _mm_set1_epi16(2), four = _mm_set1_epi16(4);
-            const __m128i sP = _mm_add_epi16(_mm_add_epi16(P1, P0), Q0), sQ = _mm_add_epi16(_mm_add_epi16(Q1, Q0), P0);
-            const __m128i tP = _mm_add_epi16(P2, sP), tQ = _mm_add_epi16(Q2, sQ);
-            out[0][h] = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(_mm_slli_epi16(_mm_add_epi16(P3, P2), 1), tP), four), 3);
-            out[1][h] = _mm_srli_epi16(_mm_add_epi16(tP, two), 2);
-            out[2][h] = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(tP, sP), _mm_add_epi16(Q1, four)), 3);
-            out[3][h] = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(tQ, sQ), _mm_add_epi16(P1, four)), 3);
-            out[4][h] = _mm_srli_epi16(_mm_add_epi16(tQ, two), 2);
-            out[5][h] = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(_mm_slli_epi16(_mm_add_epi16(Q3, Q2), 1), tQ), four), 3);
-        }
-        auto pk = [&out](int k) { return _mm_packus_epi16(out[k][0], out[k][1]); };
-        v[1] = _mm_blendv_epi8(v[1], pk(0), sp);
-        v[2] = _mm_blendv_epi8(v[2], pk(1), sp);
-        v[3] = _mm_blendv_epi8(v[3], _mm_blendv_epi8(wp0, pk(2), sp), strong);
-        v[4] = _mm_blendv_epi8(v[4], _mm_blendv_epi8(wq0, pk(3), sq), strong);
-        v[5] = _mm_blendv_epi8(v[5], pk(4), sq);
-        v[6] = _mm_blendv_epi8(v[6], pk(5), sq);
+        strongLuma<Wide16>(v, sp, sq, strong, wp0, wq0);
     }
     return true;
 }
