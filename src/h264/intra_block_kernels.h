@@ -524,44 +524,12 @@ inline __m128i predict4x4Reg(const Mox8u* p, int step, int avail) {
     return gatherReg<Pl, 0, 0>(g.e, a, f);
 }
 
-// DC of a 4x4 block of 8-bit samples as one register.
-inline __m128i predict4x4DCReg(const Mox8u* p, int step, int avail) {
-    int dc = 128, st = 0, sl = 0;
-    if (avail & kAvailUp)
-        st = _mm_cvtsi128_si32(
-            _mm_sad_epu8(_mm_cvtsi32_si128(static_cast<int>(load32(row(p, step, -1)))), _mm_setzero_si128()));
-    if (avail & kAvailLeft)
-#pragma GCC unroll 4
-        for (int y = 0; y < 4; ++y) sl += lastOf<true, 4>(row(p, step, y));
-    switch (avail & (kAvailUp | kAvailLeft)) {
-        case kAvailUp | kAvailLeft:
-            dc = (st + sl + 4) >> 3;
-            break;
-        case kAvailUp:
-            dc = (st + 2) >> 2;
-            break;
-        case kAvailLeft:
-            dc = (sl + 2) >> 2;
-            break;
-        default:
-            break;
-    }
-    return _mm_set1_epi8(static_cast<char>(dc));
-}
-
-// Whole: the block lies in a macroblock being rebuilt (see lastOf).
-template <class T, int M, bool Whole = true>
-bool predict4x4(T* p, int step, int avail, int bitDepth) {
-    auto g = edge4<Whole, T, kReadsTop[M], kReadsUpRight[M], kReadsLeft[M], kReadsCorner[M]>(p, step, avail, bitDepth);
-    applyPlan<4, M>(p, step, g.e);
-    return !has(avail, kBlockNeeds[M]);
-}
-
-// DC of a 4x4 block (clause 8.3.1.2.3).
-template <class T, bool Whole = true>
-bool predict4x4DC(T* p, int step, int avail, int bitDepth) {
+// DC value of a 4x4 block (clause 8.3.1.2.3): the mean of the available
+// upper row and left column, else half the sample range.
+template <class T, bool Whole>
+inline int dc4x4Value(const T* p, int step, int avail, int bitDepth) {
     const T* above = row(p, step, -1);
-    int dc = half<T>(bitDepth), st = 0, sl = 0;
+    int st = 0, sl = 0;
     if (avail & kAvailUp) {
         if constexpr (sizeof(T) == 1)
             st = _mm_cvtsi128_si32(
@@ -574,18 +542,33 @@ bool predict4x4DC(T* p, int step, int avail, int bitDepth) {
         for (int y = 0; y < 4; ++y) sl += lastOf<Whole, 4>(row(p, step, y));
     switch (avail & (kAvailUp | kAvailLeft)) {
         case kAvailUp | kAvailLeft:
-            dc = (st + sl + 4) >> 3;
-            break;
+            return (st + sl + 4) >> 3;
         case kAvailUp:
-            dc = (st + 2) >> 2;
-            break;
+            return (st + 2) >> 2;
         case kAvailLeft:
-            dc = (sl + 2) >> 2;
-            break;
+            return (sl + 2) >> 2;
         default:
-            break;
+            return half<T>(bitDepth);
     }
-    __m128i v = splat<T>(dc);
+}
+
+// DC of a 4x4 block of 8-bit samples as one register.
+inline __m128i predict4x4DCReg(const Mox8u* p, int step, int avail) {
+    return _mm_set1_epi8(static_cast<char>(dc4x4Value<Mox8u, true>(p, step, avail, 8)));
+}
+
+// Whole: the block lies in a macroblock being rebuilt (see lastOf).
+template <class T, int M, bool Whole = true>
+bool predict4x4(T* p, int step, int avail, int bitDepth) {
+    auto g = edge4<Whole, T, kReadsTop[M], kReadsUpRight[M], kReadsLeft[M], kReadsCorner[M]>(p, step, avail, bitDepth);
+    applyPlan<4, M>(p, step, g.e);
+    return !has(avail, kBlockNeeds[M]);
+}
+
+// DC of a 4x4 block.
+template <class T, bool Whole = true>
+bool predict4x4DC(T* p, int step, int avail, int bitDepth) {
+    __m128i v = splat<T>(dc4x4Value<T, Whole>(p, step, avail, bitDepth));
     for (int y = 0; y < 4; ++y) simd::store<4 * sizeof(T)>(row(p, step, y), v);
     return false;
 }
