@@ -9,7 +9,8 @@
 // steps to the next word and leaves the offset at k - n + 32. A read that ends
 // exactly on bit 0 therefore leaves the cursor at bit 31 of the next word. The
 // word after the last word holding stream bits must be readable: the reader
-// loads it whenever a read reaches the end of the current word.
+// keeps the current word and the next one in a 64-bit window and loads the
+// word after those only once it has consumed a bit of the second.
 //
 // Byte cursor (H.261, H.263, MPEG-4): a pointer to the current byte and the
 // count 0..7 of its bits already used, most significant bit first. Reading
@@ -30,17 +31,22 @@ namespace mox {
 
 class WordReader {
 public:
-    WordReader(const Mox32u* p, int offset) : p_(p), used_(31 - offset) {}
+    // Loads the current word and the one after it: a cursor inside a word
+    // that holds stream bits may always read the next word.
+    WordReader(const Mox32u* p, int offset) : p_(p), used_(31 - offset) { load(); }
 
-    // Next n bits (1..32), most significant first, without moving. The next
-    // word is read only when the bits reach past bit 0 of the current one
-    // (selected by index, so there is no branch to mispredict).
-    uint32_t peek(int n) const { return static_cast<uint32_t>(window(n) >> (64 - n)); }
-    // Moves past n bits (0..32).
+    // Next n bits (1..32), most significant first, without moving.
+    uint32_t peek(int n) const { return static_cast<uint32_t>(win_ >> (64 - n)); }
+    // Moves past n bits (0..32). The pair of words moves on once a bit of the
+    // second word has been consumed, so the word after it is loaded only then.
     void skip(int n) {
         used_ += n;
-        p_ += used_ >> 5;
-        used_ &= 31;
+        win_ <<= n;
+        if (__builtin_expect(used_ > 32, 0)) {
+            ++p_;
+            used_ -= 32;
+            load();
+        }
     }
     uint32_t read(int n) {
         uint32_t v = peek(n);
@@ -50,36 +56,36 @@ public:
     // Moves back n bits (0..32), into the previous word when the offset passes 31.
     void giveBack(int n) {
         used_ -= n;
-        p_ += used_ >> 5;  // arithmetic shift: -1 when the offset passed bit 31
-        used_ &= 31;
+        if (used_ < 0) {
+            --p_;
+            used_ += 32;
+        }
+        load();
     }
     // Leading zero bits before the next 1 within the next `limit` (1..32) bits;
     // returns `limit` when they are all zero. Does not move.
     int leadingZeros(int limit) const {
-        uint64_t v = window(limit) >> (64 - limit) << (64 - limit);
+        uint64_t v = win_ >> (64 - limit) << (64 - limit);
         return v ? __builtin_clzll(v) : limit;
     }
 
-    const Mox32u* ptr() const { return p_; }
-    int offset() const { return 31 - used_; }
+    const Mox32u* ptr() const { return p_ + (used_ >> 5); }
+    int offset() const { return 31 - (used_ & 31); }
     // Bits consumed since `start` (same stream).
     long long bitsSince(const WordReader& start) const {
         return static_cast<long long>(p_ - start.p_) * 32 + (used_ - start.used_);
     }
     void commit(Mox32u** ppBitStream, int* pBitOffset) const {
-        *ppBitStream = const_cast<Mox32u*>(p_);
-        *pBitOffset = 31 - used_;
+        *ppBitStream = const_cast<Mox32u*>(ptr());
+        *pBitOffset = offset();
     }
 
 private:
-    // The unread bits left-aligned, at least n of them valid.
-    uint64_t window(int n) const {
-        uint64_t w = static_cast<uint64_t>(p_[0]) << 32 | p_[used_ + n > 32];
-        return w << used_;
-    }
+    void load() { win_ = (static_cast<uint64_t>(p_[0]) << 32 | p_[1]) << used_; }
 
     const Mox32u* p_;
-    int used_;  // bits of *p_ already consumed (0..31)
+    int used_;      // bits of the pair p_[0], p_[1] consumed (0..32)
+    uint64_t win_;  // the pair shifted left by used_: the unread bits, left-aligned
 };
 
 class ByteReader {

@@ -59,12 +59,11 @@ MOX_INLINE int decodeVlc(WordReader& rd, const Mox32s* t) {
 
 enum class Result { Ok, Corrupt, NullTable };
 
-// A parsed block: levels in coded order (highest frequency first) and their
-// positions in scan order.
+// A decoded block in the caller's coefficient order, built in registers and
+// stack memory and copied out only once the whole block has parsed.
+template <class T, int N>
 struct Block {
-    int count = 0;
-    int level[16];
-    int scanPos[16];
+    alignas(16) T coef[N];
 };
 
 // level_prefix 14 and above: the escapes of clause 9.2.2.1.
@@ -147,12 +146,14 @@ struct BuiltinRuns {
 };
 
 // Levels, total_zeros and run_before of a block with TotalCoeff tc of at
-// most maxCoeff coefficients; positions are scan indices 0..maxCoeff-1.
-template <class Runs>
+// most maxCoeff coefficients; scan index i (0..maxCoeff-1) lands in
+// b.coef[place(i)].
+template <class Runs, class T, int N, class Place>
 MOX_INLINE Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, const Mox32s* const* tzTables, Runs runs,
-                      Block& b) {
+                                 Block<T, N>& b, Place place) {
     if (t1 > tc || tc > maxCoeff) return Result::Corrupt;
-    if (!decodeLevels(rd, tc, t1, b.level)) return Result::Corrupt;
+    int level[16];
+    if (!decodeLevels(rd, tc, t1, level)) return Result::Corrupt;
     int z = 0;
     if (tc < maxCoeff) {
         const Mox32s* t = tzTables[tc];
@@ -160,6 +161,7 @@ MOX_INLINE Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, c
         z = decodeVlc(rd, t);
         if (z == kInvalid || tc + z > maxCoeff) return Result::Corrupt;
     }
+    std::memset(b.coef, 0, sizeof(b.coef));
     // Coefficient i of the coded order sits at (tc - 1 - i) + zerosLeft; once
     // no zeros are left the rest are consecutive.
     int pos = tc - 1 + z;
@@ -167,32 +169,30 @@ MOX_INLINE Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, c
     for (int last = tc - 1; i < last && z > 0; ++i) {
         int run = runs(rd, z);
         if (run < 0) return run == kNullTable ? Result::NullTable : Result::Corrupt;
-        b.scanPos[i] = pos;
+        b.coef[place(pos)] = static_cast<T>(level[i]);
         pos -= run + 1;
         z -= run;
     }
-    for (; i < tc; ++i) b.scanPos[i] = pos--;
-    b.count = tc;
+    for (; i < tc; ++i) b.coef[place(pos--)] = static_cast<T>(level[i]);
     return Result::Ok;
 }
 
 // The standard's own run_before tables take the look-up path.
+template <class T, int N, class Place>
 MOX_INLINE Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, const Mox32s* const* tzTables,
-                      const Mox32s* const* runTables, Block& b) {
+                                 const Mox32s* const* runTables, Block<T, N>& b, Place place) {
     if (runTables == mox::h264::kCavlcTables.runBefore)
-        return decodeResidual(rd, tc, t1, maxCoeff, tzTables, BuiltinRuns{}, b);
-    return decodeResidual(rd, tc, t1, maxCoeff, tzTables, CallerRuns{runTables}, b);
+        return decodeResidual(rd, tc, t1, maxCoeff, tzTables, BuiltinRuns{}, b, place);
+    return decodeResidual(rd, tc, t1, maxCoeff, tzTables, CallerRuns{runTables}, b, place);
 }
 
 MoxStatus statusOf(Result r) { return r == Result::NullTable ? moxStsNullPtrErr : moxStsBitstreamErr; }
 
-// Clears `size` coefficients at *ppCoeffs, places the levels, advances the stream.
-template <class T, class Pos>
-void writeBlock(T** ppCoeffs, int size, const Block& b, Pos&& position) {
-    T* out = *ppCoeffs;
-    std::memset(out, 0, sizeof(T) * size);
-    for (int i = 0; i < b.count; ++i) out[position(b.scanPos[i])] = static_cast<T>(b.level[i]);
-    *ppCoeffs = out + size;
+// Hands a decoded block to the caller and advances the coefficient pointer.
+template <class T, int N>
+MOX_INLINE void writeBlock(T** ppCoeffs, const Block<T, N>& b) {
+    std::memcpy(*ppCoeffs, b.coef, sizeof(b.coef));
+    *ppCoeffs += N;
 }
 
 template <class T>
@@ -248,11 +248,12 @@ MoxStatus decodeCoeffs(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,
         rd.commit(ppBitStream, pBitOffset);
         return moxStsNoErr;
     }
-    Block b;
-    Result r = decodeResidual(rd, tc, t1, maxNumCoeff, ppTblTotalZeros, ppTblRunBefore, b);
+    Block<T, 16> b;
+    const Mox32s* scan = pScanMatrix + (16 - maxNumCoeff);
+    Result r = decodeResidual(rd, tc, t1, maxNumCoeff, ppTblTotalZeros, ppTblRunBefore, b,
+                              [scan](int pos) { return scan[pos] & 15; });
     if (r != Result::Ok) return statusOf(r);
-    int first = 16 - maxNumCoeff;
-    writeBlock(ppCoeffs, 16, b, [&](int pos) { return pScanMatrix[pos + first] & 15; });
+    writeBlock(ppCoeffs, b);
     rd.commit(ppBitStream, pBitOffset);
     return moxStsNoErr;
 }
@@ -274,12 +275,10 @@ MoxStatus decodeChromaDc(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoef
             MOX_CHECK_PTRS(*ppCoeffs);
             int pos = bits & 4 ? 0 : (bits & 2 ? 1 : (bits & 1 ? 2 : 3));
             rd.skip(pos == 0 ? 3 : (pos == 1 ? 4 : 5));
-            Block b;
-            b.count = 1;
-            b.level[0] = bits & 8 ? -1 : 1;
-            b.scanPos[0] = pos;
+            Block<T, N> b{};
+            b.coef[pos] = static_cast<T>(bits & 8 ? -1 : 1);
             *pNumCoeff = 1;
-            writeBlock(ppCoeffs, N, b, [](int p) { return p; });
+            writeBlock(ppCoeffs, b);
             rd.commit(ppBitStream, pBitOffset);
             return moxStsNoErr;
         }
@@ -303,10 +302,10 @@ MoxStatus decodeChromaDc(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoef
     MOX_CHECK_PTRS(ppCoeffs);
     MOX_CHECK_PTRS(*ppCoeffs);
     *pNumCoeff = static_cast<Mox16s>(tc);
-    Block b;
-    Result r = decodeResidual(rd, tc, t1, N, ppTblTotalZeros, ppTblRunBefore, b);
+    Block<T, N> b;
+    Result r = decodeResidual(rd, tc, t1, N, ppTblTotalZeros, ppTblRunBefore, b, [](int p) { return p; });
     if (r != Result::Ok) return statusOf(r);
-    writeBlock(ppCoeffs, N, b, [](int p) { return p; });
+    writeBlock(ppCoeffs, b);
     rd.commit(ppBitStream, pBitOffset);
     return moxStsNoErr;
 }

@@ -80,20 +80,24 @@ TEST(WordCursor, WorkedRules) {
 }
 
 TEST(WordCursor, LooksAheadOnlyAsFarAsTheRuleAllows) {
-    // One stream word and the readable word after it, then a fault.
-    GuardPage mem(8);
+    // Two stream words and the readable word after them, then a fault.
+    GuardPage mem(12);
     Mox32u* w = mem.as<Mox32u>();
     w[0] = 0xDEADBEEF;
     w[1] = 0x12345678;
-    // Ending exactly on bit 0 of the last stream word loads the next word: allowed.
+    w[2] = 0x9ABCDEF0;
     mox::WordReader rd(w, 31);
-    EXPECT_EQ(rd.read(32), 0xDEADBEEFu);
-    // Now on the word after the stream: reads inside it never touch the one after.
-    EXPECT_EQ(rd.peek(31), 0x12345678u >> 1);
-    EXPECT_EQ(rd.leadingZeros(31), 3);
-    EXPECT_EQ(rd.read(16), 0x1234u);
-    EXPECT_EQ(rd.read(15), 0x5678u >> 1);
-    EXPECT_EQ(rd.offset(), 0);
+    EXPECT_EQ(rd.read(20), 0xDEADBu);
+    EXPECT_EQ(rd.read(12), 0xEEFu);
+    // Ending exactly on bit 0 of a word moves to the next without loading the one after it.
+    EXPECT_EQ(rd.peek(32), 0x12345678u);
+    EXPECT_EQ(rd.leadingZeros(32), 3);
+    EXPECT_EQ(rd.read(32), 0x12345678u);
+    // On the word after the stream: reads inside it never touch the page behind.
+    EXPECT_EQ(rd.peek(31), 0x9ABCDEF0u >> 1);
+    EXPECT_EQ(rd.leadingZeros(31), 0);
+    EXPECT_EQ(rd.ptr(), w + 2);
+    EXPECT_EQ(rd.offset(), 31);
 }
 
 TEST(ByteCursor, ReadsMatchTheBitModelAndStayWithinOneByteAhead) {

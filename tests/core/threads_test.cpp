@@ -93,6 +93,53 @@ std::vector<uint8_t> entropyJob(uint32_t seed) {
     return asBytes(coeffs);
 }
 
+// H.264 pixel families: interpolation, intra prediction, inverse transform
+// with prediction add, weighting and deblocking, chained on one picture area.
+std::vector<uint8_t> h264PixelJob(uint32_t seed) {
+    Planes p(seed);
+    std::vector<Mox8u> mb(32 * 24);
+    moxiInterpolateLuma_H264_8u_C1R(p.ref.data() + 3 * 33 + 3, 33, mb.data() + 4 * 32 + 8, 32, seed & 3, 2,
+                                    MoxiSize{16, 16});
+    moxiPredictIntra_16x16_H264_8u_C1IR(mb.data() + 4 * 32 + 8, 32, seed % 4, 0);
+    std::vector<Mox16s> levels = randomVec<Mox16s>(p.r, 16, 40);
+    moxiDequantTransformResidualAndAdd_H264_16s_C1I(mb.data(), levels.data(), nullptr, mb.data(), 32, 32, 20 + seed % 20, 1);
+    std::vector<Mox8u> other = randomVec<Mox8u>(p.r, 16 * 32, 255);  // same row step as the block
+    moxiWeightedAverage_H264_8u_C1IR(other.data(), mb.data() + 4 * 32 + 8, 32, 40, 24, 6, 3, MoxiSize{16, 16});
+    std::vector<Mox8u> alpha(16, 40), beta(16, 12), tc0(16, 3), bs(16);
+    for (auto& b : bs) b = static_cast<Mox8u>(p.r.range(0, 4));
+    moxiFilterDeblockingLuma_VerEdge_H264_8u_C1IR(mb.data() + 4 * 32 + 8, 32, alpha.data(), beta.data(), tc0.data(),
+                                                  bs.data());
+    return mb;
+}
+
+// MPEG-4 intra coefficients from random bits, then inverse quantisation; and
+// VC-1 bicubic interpolation, inverse transform and loop filtering.
+std::vector<uint8_t> mpeg4Vc1Job(uint32_t seed) {
+    Planes p(seed);
+    std::vector<Mox8u> bits = randomVec<Mox8u>(p.r, 64, 255);
+    std::vector<Mox16s> coef(64);
+    Mox8u* bs = bits.data();
+    int off = 0, last = -1;
+    moxiDecodeCoeffsIntra_MPEG4_1u16s(&bs, &off, coef.data(), &last, 0, 0, MOX_SCAN_ZIGZAG);
+    int specSize = 0;
+    moxiQuantInvIntraGetSize_MPEG4(&specSize);
+    std::vector<uint8_t> spec(static_cast<size_t>(specSize));
+    moxiQuantInvIntraInit_MPEG4(nullptr, spec.data(), 8);
+    moxiQuantInvIntra_MPEG4_16s_C1I(coef.data(), 63, spec.data(), 1 + seed % 31, MOX_BLOCK_LUMA);
+
+    std::vector<Mox8u> pred(16 * 16);
+    MoxVCQPInterpParams ip{p.ref.data() + 2 * 33 + 2, 33, pred.data(), 16, 1 + static_cast<Mox32s>(seed % 3), 2,
+                           MoxiSize{16, 16}, static_cast<Mox32s>(seed & 1)};
+    moxiInterpolateQPBicubic_VC1_8u_C1R(&ip);
+    std::vector<Mox16s> dct = randomVec<Mox16s>(p.r, 64, 200), rec(64);
+    moxiTransform8x8Inv_VC1_16s_C1R(dct.data(), 16, rec.data(), 16);
+    moxiFilterDeblockingLuma_VerEdge_VC1_8u_C1IR(pred.data() + 8, 16, 1 + static_cast<Mox32s>(seed % 31), 0);
+    std::vector<uint8_t> bytes = asBytes(coef), b2 = asBytes(rec);
+    bytes.insert(bytes.end(), b2.begin(), b2.end());
+    bytes.insert(bytes.end(), pred.begin(), pred.end());
+    return bytes;
+}
+
 std::vector<uint8_t> coreJob(uint32_t seed) {
     const MoxLibraryVersion* v = moxvcGetLibVersion();
     void* p = moxMalloc(static_cast<int>(seed % 1000) + 1);
@@ -101,7 +148,7 @@ std::vector<uint8_t> coreJob(uint32_t seed) {
     return out;
 }
 
-const Job kJobs[] = {subJob, coreJob, metricsJob, blockOpsJob, entropyJob};
+const Job kJobs[] = {subJob, coreJob, metricsJob, blockOpsJob, entropyJob, h264PixelJob, mpeg4Vc1Job};
 
 TEST(Threads, ConcurrentCallsMatchSerialResults) {
     constexpr int kThreads = 4, kSeeds = 8, kRounds = 50;
