@@ -294,7 +294,8 @@ MOXAPI MoxStatus moxiDecodeExpGolombOne_H264_1u16s(Mox32u** ppBitStream, int* pB
 MOXAPI MoxStatus moxiDecodeExpGolombOne_H264_1u32s(Mox32u** ppBitStream, int* pBitOffset, Mox32s* pDst, int isSigned);
 /* One CAVLC 4x4 block (maxNumCoeff 16, or 15 without DC); a non-empty block appends 16
  * coefficients at *ppCoeffs (positions from pScanMatrix) and advances it; run_before uses
- * ppTblRunBefore[min(zerosLeft, 7)]. Inconsistent counts are moxStsBitstreamErr. */
+ * ppTblRunBefore[min(zerosLeft, 7)]. Inconsistent counts are moxStsBitstreamErr (cursor and *ppCoeffs
+ * unmoved, the 16 values at *ppCoeffs undefined). */
 MOXAPI MoxStatus moxiDecodeCAVLCCoeffs_H264_1u16s(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, Mox16s** ppCoeffs, int vlcSelect, Mox16s maxNumCoeff, const Mox32s* const* ppTblCoeffToken, const Mox32s* const* ppTblTotalZeros, const Mox32s* const* ppTblRunBefore, const Mox32s* pScanMatrix);
 MOXAPI MoxStatus moxiDecodeCAVLCCoeffs_H264_1u32s(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, Mox32s** ppCoeffs, int vlcSelect, Mox16s maxNumCoeff, const Mox32s* const* ppTblCoeffToken, const Mox32s* const* ppTblTotalZeros, const Mox32s* const* ppTblRunBefore, const Mox32s* pScanMatrix);
 /* 4:2:0 chroma DC (2x2): a non-empty block appends 4 coefficients in raster order. */

@@ -59,13 +59,6 @@ MOX_INLINE int decodeVlc(WordReader& rd, const Mox32s* t) {
 
 enum class Result { Ok, Corrupt, NullTable };
 
-// A decoded block in the caller's coefficient order, built in registers and
-// stack memory and copied out only once the whole block has parsed.
-template <class T, int N>
-struct Block {
-    alignas(16) T coef[N];
-};
-
 // level_prefix 14 and above: the escapes of clause 9.2.2.1.
 bool decodeEscapedLevel(WordReader& rd, int prefix, int suffixLength, int& levelCode) {
     if (prefix > kMaxLevelPrefix) return false;
@@ -146,11 +139,12 @@ struct BuiltinRuns {
 };
 
 // Levels, total_zeros and run_before of a block with TotalCoeff tc of at
-// most maxCoeff coefficients; scan index i (0..maxCoeff-1) lands in
-// b.coef[place(i)].
-template <class Runs, class T, int N, class Place>
+// most maxCoeff coefficients; the N outputs are cleared once the counts are
+// known to be consistent and scan index i (0..maxCoeff-1) lands in
+// out[place(i)]. A run that is no code fails after that.
+template <int N, class Runs, class T, class Place>
 MOX_INLINE Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, const Mox32s* const* tzTables, Runs runs,
-                                 Block<T, N>& b, Place place) {
+                                 T* out, Place place) {
     if (t1 > tc || tc > maxCoeff) return Result::Corrupt;
     int level[16];
     if (!decodeLevels(rd, tc, t1, level)) return Result::Corrupt;
@@ -161,7 +155,7 @@ MOX_INLINE Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, c
         z = decodeVlc(rd, t);
         if (z == kInvalid || tc + z > maxCoeff) return Result::Corrupt;
     }
-    std::memset(b.coef, 0, sizeof(b.coef));
+    std::memset(out, 0, sizeof(T) * N);
     // Coefficient i of the coded order sits at (tc - 1 - i) + zerosLeft; once
     // no zeros are left the rest are consecutive.
     int pos = tc - 1 + z;
@@ -169,31 +163,24 @@ MOX_INLINE Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, c
     for (int last = tc - 1; i < last && z > 0; ++i) {
         int run = runs(rd, z);
         if (run < 0) return run == kNullTable ? Result::NullTable : Result::Corrupt;
-        b.coef[place(pos)] = static_cast<T>(level[i]);
+        out[place(pos)] = static_cast<T>(level[i]);
         pos -= run + 1;
         z -= run;
     }
-    for (; i < tc; ++i) b.coef[place(pos--)] = static_cast<T>(level[i]);
+    for (; i < tc; ++i) out[place(pos--)] = static_cast<T>(level[i]);
     return Result::Ok;
 }
 
 // The standard's own run_before tables take the look-up path.
-template <class T, int N, class Place>
+template <int N, class T, class Place>
 MOX_INLINE Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, const Mox32s* const* tzTables,
-                                 const Mox32s* const* runTables, Block<T, N>& b, Place place) {
+                                 const Mox32s* const* runTables, T* out, Place place) {
     if (runTables == mox::h264::kCavlcTables.runBefore)
-        return decodeResidual(rd, tc, t1, maxCoeff, tzTables, BuiltinRuns{}, b, place);
-    return decodeResidual(rd, tc, t1, maxCoeff, tzTables, CallerRuns{runTables}, b, place);
+        return decodeResidual<N>(rd, tc, t1, maxCoeff, tzTables, BuiltinRuns{}, out, place);
+    return decodeResidual<N>(rd, tc, t1, maxCoeff, tzTables, CallerRuns{runTables}, out, place);
 }
 
 MoxStatus statusOf(Result r) { return r == Result::NullTable ? moxStsNullPtrErr : moxStsBitstreamErr; }
-
-// Hands a decoded block to the caller and advances the coefficient pointer.
-template <class T, int N>
-MOX_INLINE void writeBlock(T** ppCoeffs, const Block<T, N>& b) {
-    std::memcpy(*ppCoeffs, b.coef, sizeof(b.coef));
-    *ppCoeffs += N;
-}
 
 template <class T>
 MoxStatus decodeExpGolomb(Mox32u** ppBitStream, int* pBitOffset, T* pDst, int isSigned) {
@@ -220,14 +207,13 @@ MoxStatus decodeExpGolomb(Mox32u** ppBitStream, int* pBitOffset, T* pDst, int is
     return moxStsNoErr;
 }
 
-template <class T>
-MoxStatus decodeCoeffs(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, T** ppCoeffs, int vlcSelect,
-                       Mox16s maxNumCoeff, const Mox32s* const* ppTblCoeffToken, const Mox32s* const* ppTblTotalZeros,
-                       const Mox32s* const* ppTblRunBefore, const Mox32s* pScanMatrix) {
-    MOX_CHECK_PTRS(ppBitStream, pBitOffset, ppCoeffs, pNumCoeff, ppTblCoeffToken, ppTblTotalZeros, ppTblRunBefore,
-                   pScanMatrix);
-    MOX_CHECK_PTRS(*ppBitStream, *ppCoeffs);
-    MOX_CHECK((maxNumCoeff == 16 || maxNumCoeff == 15) && vlcSelect >= 0, moxStsOutOfRangeErr);
+// One 4x4 block after the argument checks; each run_before policy gets its
+// own copy so that the look-up path keeps the cursor in registers.
+template <class T, class Runs>
+__attribute__((noinline)) MoxStatus decodeBlock(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, T** ppCoeffs,
+                                                int vlcSelect, int maxNumCoeff, const Mox32s* const* ppTblCoeffToken,
+                                                const Mox32s* const* ppTblTotalZeros, Runs runs,
+                                                const Mox32s* pScanMatrix) {
     WordReader rd(*ppBitStream, *pBitOffset);
     int tc, t1;
     if (vlcSelect >= 8) {
@@ -248,14 +234,28 @@ MoxStatus decodeCoeffs(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,
         rd.commit(ppBitStream, pBitOffset);
         return moxStsNoErr;
     }
-    Block<T, 16> b;
     const Mox32s* scan = pScanMatrix + (16 - maxNumCoeff);
-    Result r = decodeResidual(rd, tc, t1, maxNumCoeff, ppTblTotalZeros, ppTblRunBefore, b,
-                              [scan](int pos) { return scan[pos] & 15; });
+    Result r = decodeResidual<16>(rd, tc, t1, maxNumCoeff, ppTblTotalZeros, runs, *ppCoeffs,
+                                  [scan](int pos) { return scan[pos] & 15; });
     if (r != Result::Ok) return statusOf(r);
-    writeBlock(ppCoeffs, b);
+    *ppCoeffs += 16;
     rd.commit(ppBitStream, pBitOffset);
     return moxStsNoErr;
+}
+
+template <class T>
+MoxStatus decodeCoeffs(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, T** ppCoeffs, int vlcSelect,
+                       Mox16s maxNumCoeff, const Mox32s* const* ppTblCoeffToken, const Mox32s* const* ppTblTotalZeros,
+                       const Mox32s* const* ppTblRunBefore, const Mox32s* pScanMatrix) {
+    MOX_CHECK_PTRS(ppBitStream, pBitOffset, ppCoeffs, pNumCoeff, ppTblCoeffToken, ppTblTotalZeros, ppTblRunBefore,
+                   pScanMatrix);
+    MOX_CHECK_PTRS(*ppBitStream, *ppCoeffs);
+    MOX_CHECK((maxNumCoeff == 16 || maxNumCoeff == 15) && vlcSelect >= 0, moxStsOutOfRangeErr);
+    if (ppTblRunBefore == mox::h264::kCavlcTables.runBefore)
+        return decodeBlock(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff, ppTblCoeffToken,
+                           ppTblTotalZeros, BuiltinRuns{}, pScanMatrix);
+    return decodeBlock(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff, ppTblCoeffToken,
+                       ppTblTotalZeros, CallerRuns{ppTblRunBefore}, pScanMatrix);
 }
 
 // Chroma DC: 4 coefficients (4:2:0) or 8 (4:2:2), in coded order.
@@ -275,10 +275,11 @@ MoxStatus decodeChromaDc(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoef
             MOX_CHECK_PTRS(*ppCoeffs);
             int pos = bits & 4 ? 0 : (bits & 2 ? 1 : (bits & 1 ? 2 : 3));
             rd.skip(pos == 0 ? 3 : (pos == 1 ? 4 : 5));
-            Block<T, N> b{};
-            b.coef[pos] = static_cast<T>(bits & 8 ? -1 : 1);
+            T* out = *ppCoeffs;
+            std::memset(out, 0, sizeof(T) * N);
+            out[pos] = static_cast<T>(bits & 8 ? -1 : 1);
+            *ppCoeffs = out + N;
             *pNumCoeff = 1;
-            writeBlock(ppCoeffs, b);
             rd.commit(ppBitStream, pBitOffset);
             return moxStsNoErr;
         }
@@ -302,10 +303,9 @@ MoxStatus decodeChromaDc(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoef
     MOX_CHECK_PTRS(ppCoeffs);
     MOX_CHECK_PTRS(*ppCoeffs);
     *pNumCoeff = static_cast<Mox16s>(tc);
-    Block<T, N> b;
-    Result r = decodeResidual(rd, tc, t1, N, ppTblTotalZeros, ppTblRunBefore, b, [](int p) { return p; });
+    Result r = decodeResidual<N>(rd, tc, t1, N, ppTblTotalZeros, ppTblRunBefore, *ppCoeffs, [](int p) { return p; });
     if (r != Result::Ok) return statusOf(r);
-    writeBlock(ppCoeffs, b);
+    *ppCoeffs += N;
     rd.commit(ppBitStream, pBitOffset);
     return moxStsNoErr;
 }
