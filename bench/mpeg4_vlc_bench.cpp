@@ -188,6 +188,7 @@ BENCHMARK_CAPTURE(BM_Decode, mpeg4_intra_typical, mpeg4IntraEnc(0), mpeg4Intra(0
 BENCHMARK_CAPTURE(BM_Decode, mpeg4_intra_worst_63_small, mpeg4IntraEnc(0), mpeg4Intra(0), dense(1));
 BENCHMARK_CAPTURE(BM_Decode, mpeg4_intra_worst_63_escape3, mpeg4IntraEnc(0), mpeg4Intra(0), dense(1500));
 BENCHMARK_CAPTURE(BM_Decode, mpeg4_inter_typical, mpeg4InterEnc(0), mpeg4Inter(0), typical());
+BENCHMARK_CAPTURE(BM_Decode, mpeg4_inter_dense_63_small, mpeg4InterEnc(0), mpeg4Inter(0), dense(1));
 BENCHMARK_CAPTURE(BM_Decode, mpeg4_inter_worst_63_escape1, mpeg4InterEnc(0), mpeg4Inter(0), dense(5));
 BENCHMARK_CAPTURE(BM_Decode, mpeg4_inter_worst_63_escape3, mpeg4InterEnc(0), mpeg4Inter(0), dense(1500));
 BENCHMARK_CAPTURE(BM_Decode, mpeg4_intra_rvlc_typical, mpeg4IntraEnc(1), mpeg4Intra(1), typical());
@@ -202,6 +203,7 @@ BENCHMARK_CAPTURE(BM_Decode, h263_inter_typical, h263InterEnc(0), h263Inter(0), 
 BENCHMARK_CAPTURE(BM_Decode, h263_inter_worst_63_escape, h263InterEnc(0), h263Inter(0), dense(100));
 BENCHMARK_CAPTURE(BM_Decode, h263_inter_annexT_worst_63_extended, h263InterEnc(1), h263Inter(1), dense(900));
 BENCHMARK_CAPTURE(BM_Decode, h263_intra_typical, h263IntraEnc(0, 0), h263Intra(0, 0), typical());
+BENCHMARK_CAPTURE(BM_Decode, h263_intra_worst_63_escape, h263IntraEnc(0, 0), h263Intra(0, 0), dense(100));
 BENCHMARK_CAPTURE(BM_Decode, h263_intra_annexI_worst_63, h263IntraEnc(1, 0), h263Intra(1, 0), dense(2));
 BENCHMARK_CAPTURE(BM_Decode, h263_recon_inter_typical, h263InterEnc(0), h263ReconInter(), typical());
 BENCHMARK_CAPTURE(BM_Decode, h263_recon_inter_worst_63, h263InterEnc(0), h263ReconInter(), dense(100));

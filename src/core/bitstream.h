@@ -19,7 +19,13 @@
 // current byte, stores whole bytes and zeroes the unused tail of the last byte
 // it touches; it never ORs into a byte beyond the cursor.
 //
-// Both readers work on a private copy of the cursor; commit() hands the new
+// The byte cursor has three readers: ByteReader (random peeks and moves in
+// both directions), BufferedByteReader (the variable-length decoders' forward
+// reader: a 64-bit accumulator refilled a byte at a time, never with a byte
+// beyond the last one a fill asks for) and ByteBackReader (the bits before the
+// cursor, for the reversible codes read from a block's end).
+//
+// Every reader works on a private copy of its cursor; commit() hands the new
 // position back to the caller, so a decoder that fails simply does not commit.
 #pragma once
 
@@ -138,6 +144,97 @@ public:
 private:
     const Mox8u* p_;
     int off_;  // 0..7: bits of *p_ already used
+};
+
+// Forward reader through a 64-bit accumulator holding the unread bits
+// left-aligned. fill(n) loads whole bytes, one at a time, while fewer than n
+// bits are held, so it never loads a byte past the one holding the n-th bit.
+// A decoder that asks for at most eight bits more than it knows the stream
+// holds from the cursor (for example the length of its shortest code plus
+// eight) therefore stays within the one byte of look-ahead of the cursor rule.
+// Constructing the reader loads the cursor's byte.
+class BufferedByteReader {
+public:
+    BufferedByteReader(const Mox8u* p, int offset)
+        : next_(p + 1), acc_(static_cast<uint64_t>(p[0]) << (56 + offset)), have_(8 - offset) {}
+
+    // Makes at least n (1..57) bits available.
+    void fill(int n) {
+        while (have_ < n) loadByte();
+    }
+    // fill(n) for n up to 16 while at least n - 16 bits are held: two steps at most.
+    void fillShort(int n) {
+        if (have_ < n) {
+            loadByte();
+            if (have_ < n) loadByte();
+        }
+    }
+    int available() const { return have_; }
+    // The next n (1..32) bits; fill(n) must have been called.
+    uint32_t peek(int n) const { return static_cast<uint32_t>(acc_ >> (64 - n)); }
+    // The bit at index i (0: the next bit) of those available.
+    uint32_t bit(int i) const { return static_cast<uint32_t>(acc_ >> (63 - i)) & 1; }
+    // Moves past n (0..57) available bits.
+    void skip(int n) {
+        acc_ <<= n;
+        have_ -= n;
+    }
+    uint32_t read(int n) {
+        fill(n);
+        uint32_t v = peek(n);
+        skip(n);
+        return v;
+    }
+
+    const Mox8u* ptr() const { return next_ - ((have_ + 7) >> 3); }
+    int offset() const { return -have_ & 7; }
+    void commit(Mox8u** ppBitStream, int* pBitOffset) const {
+        *ppBitStream = const_cast<Mox8u*>(ptr());
+        *pBitOffset = offset();
+    }
+
+private:
+    void loadByte() {
+        acc_ |= (static_cast<uint64_t>(*next_++) << 56) >> have_;
+        have_ += 8;
+    }
+
+    const Mox8u* next_;  // first byte not loaded
+    uint64_t acc_;       // unread bits, left-aligned; zero below them
+    int have_;           // unread bits in acc_ (0..64)
+};
+
+// The bits before the cursor, read toward the start of the stream. peek(n)
+// loads only the bytes that hold the n bits.
+class ByteBackReader {
+public:
+    ByteBackReader(const Mox8u* p, int offset) : base_(p), pos_(offset) {}
+
+    // The n (1..32) bits just before the cursor as a number (the bit nearest
+    // the cursor least significant).
+    uint32_t peek(int n) const {
+        long long first = (pos_ - n) >> 3, last = (pos_ - 1) >> 3;  // arithmetic shifts round down
+        uint64_t w = 0;
+        for (long long b = first; b <= last; ++b) w = w << 8 | base_[b];
+        int tail = static_cast<int>((last + 1) * 8 - pos_);
+        return static_cast<uint32_t>((w >> tail) & ((uint64_t{1} << n) - 1));
+    }
+    void back(int n) { pos_ -= n; }
+    uint32_t read(int n) {
+        uint32_t v = peek(n);
+        pos_ -= n;
+        return v;
+    }
+    long long mark() const { return pos_; }
+    void reset(long long mark) { pos_ = mark; }
+    void commit(Mox8u** ppBitStream, int* pBitOffset) const {
+        *ppBitStream = const_cast<Mox8u*>(base_ + (pos_ >> 3));
+        *pBitOffset = static_cast<int>(pos_ & 7);
+    }
+
+private:
+    const Mox8u* base_;
+    long long pos_;  // bit position of the cursor from the most significant bit of *base_
 };
 
 class ByteWriter {

@@ -1,23 +1,28 @@
-// Coefficient decoding of one 8x8 block for MPEG-4 Part 2 (TCOEF with three
+// Coefficient decoding of one 8x8 block for MPEG-4 Visual (TCOEF with three
 // escapes, reversible VLC forward and backward, intra DC), H.263 (Table 16,
 // Annex I intra table, Annex T extended escape) and H.261 (Table 5), with the
 // one-pass inverse quantisation of the Reconstruct functions.
 //
-// Codes are found by table look-up on the next 8 bits, and on 12 (TCOEF),
-// 14 (H.261) or 15 (reversible) bits only for codes longer than those the
-// first look-up resolves, so no peek reaches more than one byte past the
-// byte that holds a block's last bit.
+// Codes are found by one look-up on the next 10 bits, which gives run, signed
+// level, last and length of every code that fits there with its sign; longer
+// codes and escapes continue out of the hot loop on 12 (TCOEF), 14 (H.261) or
+// 15 (reversible) bits. The shortest code of every table but H.261's has 3
+// bits with its sign (H.261: end of block, 2), so the next 10 bits never reach
+// more than one byte past the byte that holds a block's last bit; the longer
+// peeks are made only when the bits seen so far prove the code that long.
+#include <smmintrin.h>
+
 #include <algorithm>
-#include <cstring>
 
 #include "mpeg4/coeff_common.h"
-#include "mpeg4/vlc_reader.h"
+#include "core/bitstream.h"
 #include "mpeg4/vlc_tables.h"
 
+using mox::BufferedByteReader;
+using mox::ByteBackReader;
 using mox::ByteReader;
-using mox::mpeg4::BackReader;
-using mox::mpeg4::BitAccumulator;
 using mox::mpeg4::FastCode;
+using mox::mpeg4::kFastBits;
 using mox::mpeg4::interScan;
 using mox::mpeg4::intraScan;
 using mox::mpeg4::kEscapeLevel;
@@ -36,14 +41,14 @@ struct Event {
 };
 
 // ------------------------------------------------------------ code look-ups
-inline bool lookupTcoef(BitAccumulator& acc, const TcoefDecodeTable& t, TcoefEntry& e) {
-    acc.need8();
+inline bool lookupTcoef(BufferedByteReader& acc, const TcoefDecodeTable& t, TcoefEntry& e) {
+    acc.fill(8);
     uint32_t v8 = acc.peek(8);
     if (v8 >= 32) {  // codes of up to 7 bits
         e = t.t512_5[(v8 >> 1) - 16];
         return true;
     }
-    acc.need(12);
+    acc.fill(12);
     uint32_t v = acc.peek(12);
     if (v >= 128) {
         e = t.t128_2[(v - 128) >> 2];
@@ -55,19 +60,19 @@ inline bool lookupTcoef(BitAccumulator& acc, const TcoefDecodeTable& t, TcoefEnt
     return true;
 }
 
-inline bool lookupRvlc(BitAccumulator& acc, const RvlcTable& t, TcoefEntry& e) {
-    acc.need8();
+inline bool lookupRvlc(BufferedByteReader& acc, const RvlcTable& t, TcoefEntry& e) {
+    acc.fill(8);
     e = t.first[acc.peek(8)];
     if (e.level == kSubTableLevel) {  // codes of 9 to 15 bits
-        acc.need(15);
+        acc.fill(15);
         e = t.sub[e.run][acc.peek(15) & 0x7F];
     }
     return e.len != 0;
 }
 
 // A table code followed by its sign bit (1: negative).
-inline Event takeCode(BitAccumulator& acc, const TcoefEntry& e) {
-    acc.need(e.len + 1);
+inline Event takeCode(BufferedByteReader& acc, const TcoefEntry& e) {
+    acc.fill(e.len + 1);
     int negative = static_cast<int>(acc.bit(e.len));
     acc.skip(e.len + 1);
     return Event{e.last, e.run, negative ? -e.level : e.level};
@@ -80,9 +85,9 @@ struct Mpeg4Escape {
     const TcoefDecodeTable& table;
     const TcoefEncodeTable& limits;
 
-    bool operator()(BitAccumulator& acc, Event& ev) const {
+    __attribute__((always_inline)) bool operator()(BufferedByteReader& acc, Event& ev) const {
         acc.skip(7);
-        acc.need(2);
+        acc.fill(2);
         uint32_t mode = acc.peek(2);
         if (mode < 3) {
             acc.skip(mode >> 1 ? 2 : 1);
@@ -111,7 +116,7 @@ struct Mpeg4Escape {
 struct H263Escape {
     bool modQ;
 
-    bool operator()(BitAccumulator& acc, Event& ev) const {
+    __attribute__((always_inline)) bool operator()(BufferedByteReader& acc, Event& ev) const {
         acc.skip(7);
         uint32_t v = acc.read(15);
         int level = static_cast<int8_t>(v & 0xFF);
@@ -137,7 +142,7 @@ bool rvlcEscapeFields(uint32_t v, Event& ev) {
 }
 
 struct RvlcEscape {
-    bool operator()(BitAccumulator& acc, Event& ev) const {
+    __attribute__((always_inline)) bool operator()(BufferedByteReader& acc, Event& ev) const {
         acc.skip(4);
         return rvlcEscapeFields(acc.read(26), ev);
     }
@@ -145,44 +150,69 @@ struct RvlcEscape {
 
 // ------------------------------------------------------------ block kernel
 // Decodes events until one with last = 1, from scan position `pos`; `store`
-// maps a level and its raster position to the stored value. Codes of up to 7
-// bits come with their sign from the 8-bit `fast` table; the others go through
-// `lookup` and `escape`.
+// maps a level and its raster position to the stored value. The fast table
+// resolves the common codes; `lookup` and `escape` the rest, on the branch the
+// fast path expects not to take (the fast table names the escape code, so an
+// escape skips the full tables). The reader goes in and comes back by value,
+// so that the hot loop keeps it in registers.
+struct SlowResult {
+    BufferedByteReader acc;
+    Event ev;
+    bool ok;
+};
+
+template <class Lookup, class Escape>
+inline __attribute__((always_inline)) SlowResult slowEvent(BufferedByteReader acc, Lookup lookup, Escape escape,
+                                                           bool isEscape) {
+    SlowResult r{acc, {}, false};
+    if (isEscape) {
+        r.ok = escape(r.acc, r.ev);
+        return r;
+    }
+    TcoefEntry e;
+    if (!lookup(r.acc, e)) return r;
+    if (e.level == kEscapeLevel) {
+        r.ok = escape(r.acc, r.ev);
+    } else {
+        r.ev = takeCode(r.acc, e);
+        r.ok = true;
+    }
+    return r;
+}
+
 template <class Lookup, class Escape, class Store>
 MoxStatus decodeBlock(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int pos,
                       const uint8_t* scan, const FastCode* fast, Lookup lookup, Escape escape, Store store) {
-    BitAccumulator acc(*ppBitStream, *pBitOffset);
+    using mox::mpeg4::kLastStep;
+    BufferedByteReader acc(*ppBitStream, *pBitOffset);
+    int level, step;
     for (;;) {
-        acc.need8();
-        const FastCode& f = fast[acc.peek(8)];
-        int level, last;
-        if (f.len) {
+        acc.fillShort(kFastBits);
+        const FastCode f = fast[acc.peek(kFastBits)];
+        level = f.level;
+        step = f.step;
+        if (__builtin_expect(f.len != 0, 1)) {
             acc.skip(f.len);
-            if (pos + f.runInc > 63) break;
-            pos += f.runInc;
-            level = f.level;
-            last = f.last;
         } else {
-            TcoefEntry e;
-            Event ev;
-            if (!lookup(acc, e)) break;
-            if (e.level == kEscapeLevel) {
-                if (!escape(acc, ev)) break;
-            } else {
-                ev = takeCode(acc, e);
-            }
-            if (pos + ev.run + 1 > 63) break;
-            pos += ev.run + 1;
-            level = ev.level;
-            last = ev.last;
+            SlowResult r = slowEvent(acc, lookup, escape, f.step == mox::mpeg4::kEscapeStep);
+            if (!r.ok) break;
+            acc = r.acc;
+            level = r.ev.level;
+            step = r.ev.run + 1 + (r.ev.last ? kLastStep : 0);
         }
-        int raster = scan[pos];
-        pCoef[raster] = static_cast<Mox16s>(store(level, raster));
-        if (last) {
+        pos += step;
+        if (pos > 63) {  // the last code, or a run past coefficient 63
+            pos -= step;
+            if (step < kLastStep || pos + step - kLastStep > 63) break;
+            pos += step - kLastStep;
+            int raster = scan[pos];
+            pCoef[raster] = static_cast<Mox16s>(store(level, raster));
             *pIndxLastNonZero = pos;
             acc.commit(ppBitStream, pBitOffset);
             return moxStsNoErr;
         }
+        int raster = scan[pos];
+        pCoef[raster] = static_cast<Mox16s>(store(level, raster));
     }
     *pIndxLastNonZero = pos;
     return moxStsVLCErr;
@@ -221,18 +251,26 @@ struct DequantMatrix {
 
 struct TcoefLookup {
     const TcoefDecodeTable& table;
-    bool operator()(BitAccumulator& acc, TcoefEntry& e) const { return lookupTcoef(acc, table, e); }
+    bool operator()(BufferedByteReader& acc, TcoefEntry& e) const { return lookupTcoef(acc, table, e); }
 };
 struct RvlcLookup {
     const RvlcTable& table;
-    bool operator()(BitAccumulator& acc, TcoefEntry& e) const { return lookupRvlc(acc, table, e); }
+    bool operator()(BufferedByteReader& acc, TcoefEntry& e) const { return lookupRvlc(acc, table, e); }
 };
 
-// Clears the block, keeping coefficient 0 when asked.
+// Clears the block, keeping coefficient 0 when asked (eight full-row stores:
+// a string store costs more to start than the whole block).
 void clearBlock(Mox16s* pCoef, bool keepDc) {
-    Mox16s dc = pCoef[0];
-    std::memset(pCoef, 0, 64 * sizeof(Mox16s));
-    if (keepDc) pCoef[0] = dc;
+    const __m128i zero = _mm_setzero_si128();
+    __m128i* row = reinterpret_cast<__m128i*>(pCoef);
+    _mm_storeu_si128(row, _mm_cvtsi32_si128(keepDc ? static_cast<uint16_t>(pCoef[0]) : 0));
+    _mm_storeu_si128(row + 1, zero);  // written out: a loop would become a string store
+    _mm_storeu_si128(row + 2, zero);
+    _mm_storeu_si128(row + 3, zero);
+    _mm_storeu_si128(row + 4, zero);
+    _mm_storeu_si128(row + 5, zero);
+    _mm_storeu_si128(row + 6, zero);
+    _mm_storeu_si128(row + 7, zero);
 }
 
 template <class Store>
@@ -286,7 +324,7 @@ MoxStatus ownReconCoeffs_AdvIntra_ModQ_H263(Mox8u** pp, int* off, Mox16s* c, int
 // placed from `start` + 1 upward in stream order.
 MoxStatus decodeRvlcBackward(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int start,
                              const RvlcTable& t) {
-    BackReader rd(*ppBitStream, *pBitOffset);
+    ByteBackReader rd(*ppBitStream, *pBitOffset);
     Event events[64];
     int count = 0;
     int room = 63 - start;  // positions after the start index
@@ -339,11 +377,10 @@ MoxStatus decodeRvlcBackward(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef
 template <class Store, class StoreDc>
 MoxStatus ownDecodeCoeffs_H261(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, bool intra,
                      Store store, StoreDc storeDc) {
-    using mox::mpeg4::h261_coefTab0;
     using mox::mpeg4::h261_coefTab1;
     using mox::mpeg4::h261_coefTab2;
     const uint8_t* zigzag = mox::mpeg4::ownvc_Zigzag;
-    BitAccumulator acc(*ppBitStream, *pBitOffset);
+    BufferedByteReader acc(*ppBitStream, *pBitOffset);
     int pos = -1;
     if (intra) {
         int dc = static_cast<int>(acc.read(8));
@@ -354,47 +391,47 @@ MoxStatus ownDecodeCoeffs_H261(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCo
         pCoef[0] = static_cast<Mox16s>(storeDc(dc));
         pos = 0;
     } else {
-        acc.need(1);
+        acc.fill(1);
         if (acc.peek(1)) {
-            acc.need(2);
+            acc.fill(2);
             pCoef[0] = static_cast<Mox16s>(store(acc.bit(1) ? -1 : 1));
             acc.skip(2);
             pos = 0;
         }
     }
     for (;;) {
-        acc.need8();
-        uint32_t b8 = acc.peek(8);
-        mox::mpeg4::H261Entry e;
-        int level, runInc;
-        if (b8 >= 0x28) {  // codes of up to 5 bits
-            e = h261_coefTab0[(b8 >> 3) - 5];
+        acc.fillShort(kFastBits);
+        const FastCode f = mox::mpeg4::fastH261[acc.peek(kFastBits)];
+        int level = f.level, runInc = f.step;
+        if (__builtin_expect(f.len != 0, 1)) {
+            if (f.step == mox::mpeg4::kLastStep) {
+                if (pos < 0) break;  // an inter block holds at least one coefficient
+                acc.skip(2);
+                *pIndxLastNonZero = pos;
+                acc.commit(ppBitStream, pBitOffset);
+                return moxStsNoErr;
+            }
+            acc.skip(f.len);
         } else {
-            acc.need(14);
-            uint32_t b = acc.peek(14);
-            if (b >> 8 == 1) {
-                acc.skip(6);
-                uint32_t x = acc.read(14);
+            // The escape, or codes of 10 to 13 bits and their sign.
+            if (f.step == mox::mpeg4::kEscapeStep) {
+                acc.fill(20);
+                uint32_t x = acc.peek(20) & 0x3FFF;
+                acc.skip(20);
                 level = static_cast<int8_t>(x & 0xFF);
                 runInc = static_cast<int>(x >> 8) + 1;
                 if ((level & 0x7F) == 0) break;
-                goto place;
+            } else {
+                acc.fill(14);
+                uint32_t b = acc.peek(14);
+                if (b < 0x20) break;
+                const mox::mpeg4::H261Entry e = b >= 0x200 ? h261_coefTab1[(b >> 6) - 8] : h261_coefTab2[(b >> 1) - 16];
+                if (!e.len) break;
+                level = acc.bit(e.len - 1) ? -e.level : e.level;
+                runInc = e.runInc;
+                acc.skip(e.len);
             }
-            if (b < 0x20) break;
-            e = b >= 0x200 ? h261_coefTab1[(b >> 6) - 8] : h261_coefTab2[(b >> 1) - 16];
         }
-        if (!e.len) break;
-        if (e.runInc == mox::mpeg4::kH261EobRunInc) {
-            if (pos < 0) break;  // an inter block holds at least one coefficient
-            acc.skip(2);
-            *pIndxLastNonZero = pos;
-            acc.commit(ppBitStream, pBitOffset);
-            return moxStsNoErr;
-        }
-        level = acc.bit(e.len - 1) ? -e.level : e.level;
-        runInc = e.runInc;
-        acc.skip(e.len);
-    place:
         if (pos + runInc > 63) break;
         pos += runInc;
         pCoef[zigzag[pos]] = static_cast<Mox16s>(store(level));
@@ -454,7 +491,7 @@ MOX_FN moxiDecodeCoeffsInterRVLCBack_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitO
 MOX_FN moxiDecodeDCIntra_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pDC, int blockType) {
     MOX_CHECK_PTRS(ppBitStream, pBitOffset, pDC);
     MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
-    BitAccumulator acc(*ppBitStream, *pBitOffset);
+    BufferedByteReader acc(*ppBitStream, *pBitOffset);
     int size;
     if (acc.read(1)) {
         int b = static_cast<int>(acc.read(1));

@@ -1,4 +1,4 @@
-// MPEG-4 Part 2 and H.263 quantisation and inverse quantisation of one 8x8
+// MPEG-4 Visual and H.263 quantisation and inverse quantisation of one 8x8
 // block of 16-bit coefficients in place, eight coefficients (one raster row)
 // per register.
 //
@@ -228,11 +228,11 @@ void dequantH263Method(Mox16s* pBlock, int rows, int qp, int range, DcT dc) {
         dequantH263Rows<false>(pBlock, rows, k, dc);
 }
 
+// Parity of the sum of the eight lanes: the low bits moved to the sign bits,
+// one bit per lane in the byte mask, folded to the flags' parity of one byte.
 inline int parityOf(__m128i acc) {
-    acc = _mm_xor_si128(acc, _mm_srli_si128(acc, 8));
-    acc = _mm_xor_si128(acc, _mm_srli_si128(acc, 4));
-    acc = _mm_xor_si128(acc, _mm_srli_si128(acc, 2));
-    return _mm_cvtsi128_si32(acc) & 1;
+    unsigned m = static_cast<unsigned>(_mm_movemask_epi8(_mm_slli_epi16(acc, 15)));
+    return __builtin_parity(m);
 }
 
 // Mismatch control, ISO/IEC 14496-2 clause 7.4.4.3: when the sum of the

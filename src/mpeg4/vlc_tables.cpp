@@ -133,29 +133,37 @@ constexpr RvlcTable buildRvlc(Rows rows, bool backward) {
 }
 
 // ------------------------------------------------------------ fast path
-// An entry of the first look-up (by the top 7 bits of an 8-bit window for the
-// 12-bit tables, by all 8 for the reversible ones) that holds a code short
-// enough for its sign bit to be inside the window.
-struct FastTable {
-    FastCode e[256];
+// Every row whose code and sign bit fit in kFastBits bits, both signs.
+struct Fast {
+    FastTable e;
 };
 
-constexpr FastCode fastEntry(const TcoefEntry& t, unsigned w) {
-    if (t.len == 0 || t.len > 7 || t.level >= kSubTableLevel) return FastCode{0, 0, 0, 0, {}};
-    int negative = static_cast<int>(w >> (7 - t.len) & 1);
-    return FastCode{static_cast<int16_t>(negative ? -t.level : t.level), static_cast<uint8_t>(t.run + 1),
-                    static_cast<uint8_t>(t.len + 1), t.last, {}};
-}
-
-constexpr FastTable buildFast(const TcoefDecodeTable& t) {
-    FastTable f{};
-    for (unsigned w = 32; w < 256; ++w) f.e[w] = fastEntry(t.t512_5[(w >> 1) - 16], w);
-    return f;
-}
-
-constexpr FastTable buildFast(const RvlcTable& t) {
-    FastTable f{};
-    for (unsigned w = 0; w < 256; ++w) f.e[w] = fastEntry(t.first[w], w);
+constexpr Fast buildFast(Rows rows, const char* escape, bool h261 = false) {
+    Fast f{};
+    auto put = [&f](Bits b, FastCode c) {
+        for (unsigned v = 0; v < (1u << (kFastBits - b.len)); ++v) {
+            FastCode& slot = f.e[b.value << (kFastBits - b.len) | v];
+            if (slot.len) throw "overlapping codes";
+            slot = c;
+        }
+    };
+    rows.forEach([&put](const TcoefCode& c) {
+        Bits b = parse(c.bits);
+        if (b.len + 1 > kFastBits) return;
+        for (unsigned sign = 0; sign < 2; ++sign)
+            put(Bits{b.value << 1 | sign, b.len + 1},
+                FastCode{static_cast<uint8_t>(b.len + 1), static_cast<uint8_t>(c.run + 1 + (c.last ? kLastStep : 0)), 0,
+                         static_cast<int8_t>(sign ? -c.level : c.level)});
+    });
+    if (h261) put(parse("10"), FastCode{2, kLastStep, 0, 0});  // end of block
+    if (escape) {
+        Bits b = parse(escape);
+        for (unsigned v = 0; v < (1u << (kFastBits - b.len)); ++v) {
+            FastCode& slot = f.e[b.value << (kFastBits - b.len) | v];
+            if (slot.len) throw "overlapping codes";
+            slot = FastCode{0, kEscapeStep, 0, 0};
+        }
+    }
     return f;
 }
 
@@ -228,15 +236,24 @@ const RvlcTable tableB23_Forw_Inter = kForwInter;
 const RvlcTable tableB23_Back_Intra = kBackIntra;
 const RvlcTable tableB23_Back_Inter = kBackInter;
 
-constexpr FastTable kFastB16 = buildFast(kB16), kFastB17 = buildFast(kB17), kFastI2 = buildFast(kI2);
-constexpr FastTable kFastB23Intra = buildFast(kForwIntra), kFastB23Inter = buildFast(kForwInter);
-const FastCode (&fastB16)[256] = kFastB16.e;
-const FastCode (&fastB17)[256] = kFastB17.e;
-const FastCode (&fastI2)[256] = kFastI2.e;
-const FastCode (&fastB23Intra)[256] = kFastB23Intra.e;
-const FastCode (&fastB23Inter)[256] = kFastB23Inter.e;
-static_assert(kFastB17.e[0x80].level == 1 && kFastB17.e[0x80].len == 3 && kFastB17.e[0xA0].level == -1 &&
-              kFastB17.e[0x70].last == 1 && kFastB17.e[0x70].runInc == 1 && kFastB17.e[0x06].len == 0);
+constexpr Fast kFastB16 = buildFast(kTableB16, "0000011"), kFastB17 = buildFast(kTableB17, "0000011");
+constexpr Fast kFastI2 = buildFast(kTableI2, "0000011");
+constexpr Fast kFastB23Intra = buildFast(Rows(kTableB23Intra, kTableB23Last), "0000");
+constexpr Fast kFastB23Inter = buildFast(Rows(kTableB23Inter, kTableB23Last), "0000");
+constexpr Fast kFastH261 = buildFast(kTableH261, "000001", true);
+const FastTable& fastB16 = kFastB16.e;
+const FastTable& fastB17 = kFastB17.e;
+const FastTable& fastI2 = kFastI2.e;
+const FastTable& fastB23Intra = kFastB23Intra.e;
+const FastTable& fastB23Inter = kFastB23Inter.e;
+const FastTable& fastH261 = kFastH261.e;
+// B-17: "10s" is 0 0 +-1, "0111s" 1 0 1; "0000 0000 11" is no code that fits.
+static_assert(kFastB17.e[0x200].level == 1 && kFastB17.e[0x200].len == 3 && kFastB17.e[0x280].level == -1 &&
+              kFastB17.e[0x1C0].step == kLastStep + 1 && kFastB17.e[0x200].step == 1 && kFastB17.e[0x003].len == 0 &&
+              kFastB17.e[0x018].step == kEscapeStep && kFastB17.e[0x003].step == 0);
+// H.261: "10" ends the block, "11s" is 0 0 +-1 after the first code.
+static_assert(kFastH261.e[0x200].step == kLastStep && kFastH261.e[0x200].len == 2 && kFastH261.e[0x3FF].level == -1 &&
+              kFastH261.e[0x3FF].len == 3 && kFastH261.e[0x3FF].step == 1);
 
 // Tables B-17 and B-16 as the standard prints them (LMAX, RMAX: B-19..B-22).
 static_assert(kB17.t512_5[0].last == 1 && kB17.t512_5[0].run == 8 && kB17.t512_5[0].level == 1 &&
@@ -249,7 +266,6 @@ static_assert(kEncB17.maxRunPlus1[0][1] == 27 && kEncB17.maxRunPlus1[0][2] == 11
 static_assert(kEncB16.maxLevel[0][0] == 27 && kEncB16.maxLevel[0][1] == 10 && kEncB16.maxLevel[1][0] == 8 &&
               kEncB16.maxRunPlus1[0][1] == 15 && kEncB16.maxRunPlus1[1][1] == 21 && kEncB16.maxRunPlus1[0][27] == 1);
 
-const H261Entry (&h261_coefTab0)[27] = kH261.t0;
 const H261Entry (&h261_coefTab1)[32] = kH261.t1;
 const H261Entry (&h261_coefTab2)[240] = kH261.t2;
 // H.261 Table 5 as laid out: end of block, 11s and 00101s.

@@ -1,12 +1,13 @@
-// Coefficient code tables of ISO/IEC 14496-2 (MPEG-4 Part 2), ITU-T H.263
+// Coefficient code tables of ISO/IEC 14496-2 (MPEG-4 Visual), ITU-T H.263
 // and ITU-T H.261, and the lookup tables the decoders and encoders build from
 // them at compile time.
 //
 // Each standard table is written once, as rows {last, run, level, code}, the
 // code given as its bits without the trailing sign bit. Everything else (the
-// three-level decode tables indexed by the next 12 bits, the two-level
-// reversible tables, the H.261 14-bit tables, the encoder's code look-up,
-// LMAX and RMAX) is derived from these rows in vlc_tables.cpp.
+// 10-bit first look-up with the sign folded in, the three-level decode tables
+// indexed by the next 12 bits, the two-level reversible tables, the H.261
+// 14-bit tables, the encoder's code look-up, LMAX and RMAX) is derived from
+// these rows in vlc_tables.cpp.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +19,7 @@ struct TcoefCode {
     const char* bits;  // most significant first, sign bit not included
 };
 
-// ---------------------------------------------------------------- MPEG-4 Part 2
+// ---------------------------------------------------------------- MPEG-4 Visual
 // Table B-16: intra TCOEF. The escape is 0000011.
 inline constexpr TcoefCode kTableB16[] = {
     {0, 0, 1, "10"}, {0, 0, 2, "110"}, {0, 0, 3, "1111"}, {0, 0, 4, "01101"},
@@ -274,15 +275,23 @@ struct H261Entry {
 };
 constexpr uint8_t kH261EobRunInc = 127;
 
-// Short codes with their sign, indexed by the next 8 bits: the decoders' fast
-// path. len 0: a longer code, an escape or no code (use the full tables).
+// The decoders' first look-up, by the next kFastBits bits: every code that
+// fits there with its sign bit, the sign folded into the level. len 0: a
+// longer code, an escape or no code (go to the full tables). A code with
+// last = 1 steps 64 further, so one test after the step catches both the end
+// of the block and a run past coefficient 63. The H.261 table holds its
+// end-of-block code with step 64 and level 0 (no sign bit); every table marks
+// its escape code with len 0 and kEscapeStep.
+constexpr int kFastBits = 10;
+constexpr int kLastStep = 64;
+constexpr uint8_t kEscapeStep = 255;  // with len 0: the escape code, found without the full tables
 struct FastCode {
-    int16_t level;   // signed
-    uint8_t runInc;  // run + 1
-    uint8_t len;     // code length including the sign bit
-    uint8_t last;
-    uint8_t pad[3];  // 8-byte entries
+    uint8_t len;   // code length including the sign bit
+    uint8_t step;  // run + 1, plus kLastStep when last = 1
+    uint8_t pad;
+    int8_t level;  // signed
 };
+using FastTable = FastCode[1 << kFastBits];
 
 extern const TcoefDecodeTable tableB16;  // MPEG-4 intra
 extern const TcoefDecodeTable tableB17;  // MPEG-4 inter, H.263 TCOEF
@@ -294,7 +303,7 @@ inline const auto& tableB17_512_5 = tableB17.t512_5;
 inline const auto& tableB16_8 = tableB16.t8;
 inline const auto& tableB16_128_2 = tableB16.t128_2;
 inline const auto& tableB16_512_5 = tableB16.t512_5;
-extern const FastCode (&fastB16)[256], (&fastB17)[256], (&fastI2)[256], (&fastB23Intra)[256], (&fastB23Inter)[256];
+extern const FastTable &fastB16, &fastB17, &fastI2, &fastB23Intra, &fastB23Inter, &fastH261;
 extern const TcoefEncodeTable encB16, encB17, encI2, encB23Intra, encB23Inter;
 // MPEG-4 escape limits (Tables B-19 to B-22): LMAX by [last][run], RMAX + 1 by [last][level].
 inline const auto& LMAX_Intra = encB16.maxLevel;
@@ -302,7 +311,6 @@ inline const auto& RMAX_Intra = encB16.maxRunPlus1;
 inline const auto& LMAX_Inter = encB17.maxLevel;
 inline const auto& RMAX_Inter = encB17.maxRunPlus1;
 extern const RvlcTable tableB23_Forw_Intra, tableB23_Forw_Inter, tableB23_Back_Intra, tableB23_Back_Inter;
-extern const H261Entry (&h261_coefTab0)[27];   // 14 bits b >= 0xA00: entry b / 512 - 5
 extern const H261Entry (&h261_coefTab1)[32];   // b in 0x200..0x9FF: entry b / 64 - 8
 extern const H261Entry (&h261_coefTab2)[240];  // b in 0x20..0x1FF: entry b / 2 - 16
 extern const EncCode encDcSize[2][13];      // [chrominance][dct_dc_size]

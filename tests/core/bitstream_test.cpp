@@ -1,5 +1,7 @@
 // The word and byte cursors against a bit-by-bit model of the stream, with
 // the stream placed against an unreadable page to prove the look-ahead rules.
+#include <algorithm>
+
 #include "common/guard_page.h"
 #include "common/harness.h"
 #include "core/bitstream.h"
@@ -123,6 +125,29 @@ TEST(ByteCursor, ReadsMatchTheBitModelAndStayWithinOneByteAhead) {
                 rd.giveBack(back);
                 pos -= back;
             }
+            ASSERT_EQ(rd.ptr(), b + pos / 8);
+            ASSERT_EQ(rd.offset(), static_cast<int>(pos % 8));
+        }
+    }
+    // The buffered reader: reads of up to 32 bits, and the decoders' short
+    // look-ahead (up to 8 bits more than the stream is known to hold).
+    for (int trial = 0; trial < 200; ++trial) {
+        long long pos = r.uniform(0, 7);
+        mox::BufferedByteReader rd(b, static_cast<int>(pos));
+        while (true) {
+            int known = r.uniform(1, 8), n = r.uniform(known, known + 8);
+            if (pos + known > kBytes * 8LL) break;
+            if (r.coin()) {
+                rd.fillShort(n);
+                ASSERT_GE(rd.available(), n);
+                int m = std::min(n, static_cast<int>(kBytes * 8LL + 8 - pos));
+                ASSERT_EQ(rd.peek(m), byteBits(b, pos, m));
+                rd.skip(known);
+            } else {
+                known = static_cast<int>(std::min<long long>(r.uniform(1, 32), kBytes * 8LL - pos));
+                ASSERT_EQ(rd.read(known), byteBits(b, pos, known));
+            }
+            pos += known;
             ASSERT_EQ(rd.ptr(), b + pos / 8);
             ASSERT_EQ(rd.offset(), static_cast<int>(pos % 8));
         }

@@ -1,9 +1,11 @@
-// Real streams: short intra-only clips from the FFmpeg mpeg4, h263 and h261
-// encoders (skipped when the ffmpeg program is absent) are walked by a small
-// parser of their picture, GOB and macroblock layers that reads every block
-// with the library's decoders. Each picture must parse to its end without an
-// error, and the bits consumed must leave only the standard's stuffing before
-// the next start code.
+// Real streams: short clips from the FFmpeg mpeg4, h263 and h261 encoders
+// (skipped when the ffmpeg program is absent) are walked by a small parser of
+// their picture, GOB and macroblock layers that reads every block with the
+// library's decoders: intra pictures, and for H.263 and MPEG-4 also predicted
+// pictures (skipped and intra macroblocks, coded block patterns, motion vector
+// codes, inter blocks with the inter table and its escapes). Each picture must
+// parse to its end without an error, and the bits consumed must leave only
+// the standard's stuffing before the next start code.
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,13 +28,15 @@ using mox::ByteReader;
 bool haveFfmpeg() { return std::system("ffmpeg -version > /dev/null 2>&1") == 0; }
 
 // Encodes `frames` frames of a test pattern; returns the elementary stream.
-std::vector<Mox8u> encodeClip(const std::string& codecAndFormat, const std::string& size, int qscale, int frames = 3) {
+// `gop` 1 gives intra pictures only, more gives predicted pictures between them.
+std::vector<Mox8u> encodeClip(const std::string& codecAndFormat, const std::string& size, int qscale, int gop = 1,
+                              int frames = 3) {
     char path[] = "/tmp/moxvc_stream_XXXXXX";
     int fd = mkstemp(path);
     if (fd < 0) return {};
     close(fd);
     std::string cmd = "ffmpeg -hide_banner -loglevel error -y -f lavfi -i testsrc=size=" + size +
-                      ":rate=25 -frames:v " + std::to_string(frames) + " -g 1 -qscale:v " + std::to_string(qscale) +
+                      ":rate=25 -frames:v " + std::to_string(frames) + " -bf 0 -g " + std::to_string(gop) + " -qscale:v " + std::to_string(qscale) +
                       " " + codecAndFormat + " " + path;
     std::vector<Mox8u> data;
     if (std::system(cmd.c_str()) == 0) {
@@ -65,7 +69,24 @@ constexpr int kStuffing = 99;
 const std::vector<VlcRow> kMcbpcIntra = {{"1", 12},      {"001", 13},    {"010", 14},    {"011", 15},
                                          {"0001", 16},   {"000001", 17}, {"000010", 18}, {"000011", 19},
                                          {"000000001", kStuffing}};
-// CBPY of intra macroblocks (H.263 Table 13).
+// MCBPC of P pictures (H.263 Table 8, ISO/IEC 14496-2 Table B-7): type * 4 + CBPC
+// with types 0 inter, 1 inter + DQUANT, 2 four vectors, 3 intra, 4 intra + DQUANT.
+const std::vector<VlcRow> kMcbpcInter = {
+    {"1", 0},          {"0011", 1},       {"0010", 2},       {"000101", 3},     {"011", 4},
+    {"0000111", 5},    {"0000110", 6},    {"000000101", 7},  {"010", 8},        {"0000101", 9},
+    {"0000100", 10},   {"00000101", 11},  {"00011", 12},     {"00000100", 13},  {"00000011", 14},
+    {"0000011", 15},   {"000100", 16},    {"000000100", 17}, {"000000011", 18}, {"000000010", 19},
+    {"000000001", kStuffing}};
+// |MVD| (H.263 Table 14, ISO/IEC 14496-2 Table B-12), a sign bit after a non-zero one.
+const std::vector<VlcRow> kMvd = {
+    {"1", 0},            {"01", 1},           {"001", 2},          {"0001", 3},         {"000011", 4},
+    {"0000101", 5},      {"0000100", 6},      {"0000011", 7},      {"000001011", 8},    {"000001010", 9},
+    {"000001001", 10},   {"0000010001", 11},  {"0000010000", 12},  {"0000001111", 13},  {"0000001110", 14},
+    {"0000001101", 15},  {"0000001100", 16},  {"0000001011", 17},  {"0000001010", 18},  {"0000001001", 19},
+    {"0000001000", 20},  {"0000000111", 21},  {"0000000110", 22},  {"0000000101", 23},  {"0000000100", 24},
+    {"00000000111", 25}, {"00000000110", 26}, {"00000000101", 27}, {"00000000100", 28}, {"00000000011", 29},
+    {"00000000010", 30}, {"000000000011", 31}, {"000000000010", 32}};
+// CBPY of intra macroblocks (H.263 Table 13); inter macroblocks send it inverted.
 const std::vector<VlcRow> kCbpyIntra = {{"0011", 0},  {"00101", 1}, {"00100", 2}, {"1001", 3},   {"00011", 4}, {"0111", 5},
                                         {"000010", 6}, {"1011", 7},  {"00010", 8}, {"000011", 9}, {"0101", 10}, {"1010", 11},
                                         {"0100", 12},  {"1000", 13}, {"0110", 14}, {"11", 15}};
@@ -109,6 +130,33 @@ template <class F, class G>
     if (r.ptr() != copy.ptr() || r.offset() != copy.offset()) return ::testing::AssertionFailure() << "ends differ";
     return ::testing::AssertionSuccess();
 }
+
+// The motion vector differences of an inter macroblock: one pair, or four
+// with type 2; MPEG-4 adds f_code - 1 residual bits to a non-zero code.
+bool skipVectors(ByteReader& r, int type, int fcode = 1) {
+    for (int i = 0; i < (type == 2 ? 8 : 2); ++i) {
+        int v = readVlc(r, kMvd);
+        if (v < 0) return false;
+        if (v) r.read(fcode);  // sign and residual
+    }
+    return true;
+}
+
+// The MCBPC of a macroblock of an I or P picture; -1 for a skipped one (COD or
+// not_coded set; stuffing is read over).
+int readMcbpc(ByteReader& r, bool inter) {
+    int mcbpc;
+    do {
+        if (inter && r.read(1)) return -1;
+        mcbpc = readVlc(r, inter ? kMcbpcInter : kMcbpcIntra);
+    } while (mcbpc == kStuffing);
+    return mcbpc < 0 ? -2 : mcbpc;
+}
+
+// Blocks decoded per kind, to prove a clip exercised the inter path.
+struct Counts {
+    int intra = 0, inter = 0;
+};
 
 enum class Std { H261, H263, Mpeg4 };
 
@@ -187,12 +235,12 @@ TEST(Mpeg4Streams, FfmpegH261IntraPictures) {
 }
 
 // ------------------------------------------------------------------ H.263
-// Picture header of H.263 (PTYPE) or H.263 version 2 (PLUSPTYPE, 5.1.4): the
-// coding type must be intra and, of the optional modes, only advanced intra
-// coding (Annex I) and modified quantisation (Annex T) may be on.
+// Picture header of H.263 (PTYPE) or H.263 version 2 (PLUSPTYPE, 5.1.4): an I
+// or P picture where, of the optional modes, only advanced intra coding
+// (Annex I), slices (Annex K) and modified quantisation (Annex T) may be on.
 struct H263Picture {
     int format = 0, quant = 0, mbaBits = 0;
-    bool aic = false, modQ = false, slices = false;
+    bool aic = false, modQ = false, slices = false, inter = false;
 };
 constexpr int kMbCols[] = {0, 8, 11, 22, 44, 88}, kMbRows[] = {0, 6, 9, 18, 36, 72};  // by source format
 
@@ -204,7 +252,9 @@ bool parseH263Header(ByteReader& r, H263Picture& pic) {
     pic.format = static_cast<int>(r.read(3));
     bool slices = false;
     if (pic.format != 7) {
-        if (r.read(5) != 0) return false;  // intra, no optional modes
+        uint32_t type = r.read(5);           // coding type, then no optional modes
+        if (type & 15) return false;
+        pic.inter = type >> 4;
         pic.quant = static_cast<int>(r.read(5));
         if (r.read(1)) return false;       // CPM
     } else {
@@ -218,7 +268,9 @@ bool parseH263Header(ByteReader& r, H263Picture& pic) {
         if (r.read(3)) return false;       // RPS, ISD, AIV
         pic.modQ = r.read(1);
         if (r.read(4) != 8) return false;
-        if (r.read(3) != 0) return false;  // MPPTYPE: I picture
+        uint32_t type = r.read(3);         // MPPTYPE: I or P picture
+        if (type > 1) return false;
+        pic.inter = type == 1;
         r.read(3);                         // RPR, RRU, rounding type
         if (r.read(3) != 1) return false;
         if (r.read(1)) return false;       // CPM
@@ -239,7 +291,7 @@ bool parseH263Header(ByteReader& r, H263Picture& pic) {
     return true;
 }
 
-int parseH263(const std::vector<Mox8u>& data) {
+int parseH263(const std::vector<Mox8u>& data, Counts& counts) {
     const Mox8u* end = data.data() + data.size();
     ByteReader r(data.data(), 0);
     int pictures = 0;
@@ -266,14 +318,15 @@ int parseH263(const std::vector<Mox8u>& data) {
                 }
             }
             for (int col = 0; col < kMbCols[pic.format]; ++col) {
-                int mcbpc;
-                while ((mcbpc = readVlc(r, kMcbpcIntra)) == kStuffing) {
-                }
+                int mcbpc = readMcbpc(r, pic.inter);
+                if (mcbpc == -1) continue;
                 if (mcbpc < 0) return -1;
-                int mode = pic.aic ? readVlc(r, intraMode) : 0;
+                bool intra = mcbpc >> 2 >= 3;
+                int mode = pic.aic && intra ? readVlc(r, intraMode) : 0;
                 int cbpy = readVlc(r, kCbpyIntra);
                 if (cbpy < 0 || mode < 0) return -1;
-                if (mcbpc >> 2 == 4) {
+                if (!intra) cbpy ^= 15;
+                if (mcbpc >> 2 == 4 || mcbpc >> 2 == 1) {
                     if (pic.modQ) {        // Annex T DQUANT: 1 and a table step, or 0 and QUANT
                         if (r.read(1))
                             r.read(1);
@@ -286,6 +339,19 @@ int parseH263(const std::vector<Mox8u>& data) {
                 }
                 int qp = std::min(31, std::max(1, quant));
                 int cbp = cbpy << 2 | (mcbpc & 3);
+                if (!intra) {
+                    if (!skipVectors(r, mcbpc >> 2)) return -1;
+                    for (int b = 0; b < 6; ++b) {
+                        if (!(cbp >> (5 - b) & 1)) continue;
+                        int mq = pic.modQ;
+                        bool ok = sameEnd(
+                            r, [=](Mox8u** p, int* o, Mox16s* c, int* l) { return moxiReconstructCoeffsInter_H263_1u16s(p, o, c, l, qp, mq); },
+                            [=](Mox8u** p, int* o, Mox16s* c, int* l) { return moxiDecodeCoeffsInter_H263_1u16s(p, o, c, l, mq, 0); });
+                        if (!ok) return -1;
+                        ++counts.inter;
+                    }
+                    continue;
+                }
                 for (int b = 0; b < 6; ++b) {
                     if (!pic.aic) {
                         Cursor c = cursorOf(r);
@@ -302,6 +368,7 @@ int parseH263(const std::vector<Mox8u>& data) {
                         [=](Mox8u** p, int* o, Mox16s* c, int* l) { return moxiReconstructCoeffsIntra_H263_1u16s(p, o, c, l, qp, adv, mq); },
                         [=](Mox8u** p, int* o, Mox16s* c, int* l) { return moxiDecodeCoeffsIntra_H263_1u16s(p, o, c, l, adv, mq, adv ? adv - 1 : 0); });
                     if (!ok) return -1;
+                    ++counts.intra;
                 }
             }
         }
@@ -312,44 +379,56 @@ int parseH263(const std::vector<Mox8u>& data) {
     return pictures;
 }
 
-TEST(Mpeg4Streams, FfmpegH263IntraPictures) {
+// Intra clips, then I P P clips: P pictures bring the inter table, coded
+// block patterns and, at the small quantisers, escapes in inter blocks.
+TEST(Mpeg4Streams, FfmpegH263Pictures) {
     if (!haveFfmpeg()) GTEST_SKIP() << "ffmpeg not installed";
-    for (int q : {1, 3, 12, 31}) {
-        for (const char* size : {"128x96", "176x144", "352x288"}) {
-            std::vector<Mox8u> s = encodeClip("-c:v h263 -f h263", size, q);
-            ASSERT_GT(s.size(), 100u);
-            EXPECT_EQ(parseH263(s), 3) << "qscale " << q << " " << size;
+    for (int gop : {1, 3}) {
+        Counts counts;
+        for (int q : {1, 3, 12, 31}) {
+            for (const char* size : {"128x96", "176x144", "352x288"}) {
+                std::vector<Mox8u> s = encodeClip("-c:v h263 -f h263", size, q, gop);
+                ASSERT_GT(s.size(), 100u);
+                EXPECT_EQ(parseH263(s, counts), 3) << "qscale " << q << " " << size << " gop " << gop;
+            }
         }
+        EXPECT_GT(counts.intra, 0);
+        EXPECT_EQ(counts.inter > 0, gop > 1);
     }
 }
 
 // H.263 version 2 with advanced intra coding, which the encoder pairs with
-// modified quantisation: Table I.2 and the Annex T escape.
+// modified quantisation: Table I.2 and the Annex T escape, in intra and inter blocks.
 TEST(Mpeg4Streams, FfmpegH263AdvancedIntraPictures) {
     if (!haveFfmpeg()) GTEST_SKIP() << "ffmpeg not installed";
-    for (int q : {1, 2, 6, 31}) {
-        for (const char* size : {"176x144", "352x288"}) {
-            std::vector<Mox8u> s = encodeClip("-c:v h263p -flags +aic -f h263", size, q);
-            ASSERT_GT(s.size(), 100u);
-            EXPECT_EQ(parseH263(s), 3) << "qscale " << q << " " << size;
+    for (int gop : {1, 3}) {
+        Counts counts;
+        for (int q : {1, 2, 6, 31}) {
+            for (const char* size : {"176x144", "352x288"}) {
+                std::vector<Mox8u> s = encodeClip("-c:v h263p -flags +aic -f h263", size, q, gop);
+                ASSERT_GT(s.size(), 100u);
+                EXPECT_EQ(parseH263(s, counts), 3) << "qscale " << q << " " << size << " gop " << gop;
+            }
         }
+        EXPECT_EQ(counts.inter > 0, gop > 1);
     }
 }
 
-// ------------------------------------------------------------------ MPEG-4 Part 2
+// ------------------------------------------------------------------ MPEG-4 Visual
 struct Vol {
     int timeBits = 1, width = 0, height = 0;
     bool interlaced = false, resync = false;
 };
 
 // MPEG-4 stuffing to the byte boundary (0 then ones, 1 to 8 bits) followed by
-// the 17-bit resync marker of an I-VOP: the start of a video packet.
-bool resyncAhead(ByteReader r) {
+// the resync marker (17 bits in I-VOPs, 16 + f_code in P-VOPs): the start of
+// a video packet.
+bool resyncAhead(ByteReader r, int markerBits) {
     int bits = 8 - r.offset();
     if (r.read(1)) return false;
     for (int i = 1; i < bits; ++i)
         if (!r.read(1)) return false;
-    return r.peek(17) == 1;
+    return r.peek(markerBits) == 1;
 }
 
 // video_object_layer() of a rectangular, 8-bit, non-scalable simple-profile VOL.
@@ -392,7 +471,7 @@ bool parseVol(ByteReader r, Vol& v) {
     return true;
 }
 
-int parseMpeg4(const std::vector<Mox8u>& data) {
+int parseMpeg4(const std::vector<Mox8u>& data, Counts& counts) {
     const Mox8u* end = data.data() + data.size() - 8;
     Vol vol;
     bool haveVol = false;
@@ -409,39 +488,58 @@ int parseMpeg4(const std::vector<Mox8u>& data) {
             if (!haveVol) return -1;
         } else if (code == 0xB6) {
             if (!haveVol) return -1;
-            EXPECT_EQ(r.read(2), 0u) << "I-VOP";
+            uint32_t type = r.read(2);
+            if (type > 1) return -1;            // I-VOP or P-VOP
             while (r.read(1)) {
             }                                   // modulo_time_base
             r.read(1 + vol.timeBits + 1);       // marker, vop_time_increment, marker
             if (!r.read(1)) return -1;          // vop_coded
+            if (type) r.read(1);                // vop_rounding_type
             int thr = static_cast<int>(r.read(3));  // intra_dc_vlc_thr
             if (vol.interlaced) r.read(2);
             int quant = static_cast<int>(r.read(5));
+            int fcode = type ? static_cast<int>(r.read(3)) : 1;
             int mbs = ((vol.width + 15) / 16) * ((vol.height + 15) / 16);
             int mbBits = 1;
             while ((1 << mbBits) < mbs) ++mbBits;
             for (int mb = 0; mb < mbs; ++mb) {
-                if (vol.resync && mb && resyncAhead(r)) {  // video_packet_header()
+                if (vol.resync && mb && resyncAhead(r, type ? 16 + fcode : 17)) {  // video_packet_header()
                     r.skip(8 - r.offset());  // stuffing, a whole byte when aligned
-                    r.read(17);
+                    r.read(type ? 16 + fcode : 17);
                     EXPECT_EQ(static_cast<int>(r.read(mbBits)), mb);
                     quant = static_cast<int>(r.read(5));
                     if (r.read(1)) return -1;  // header_extension_code: not written by the encoder used
                 }
-                int mcbpc;
-                while ((mcbpc = readVlc(r, kMcbpcIntra)) == kStuffing) {
-                }
+                int mcbpc = readMcbpc(r, type == 1);
+                if (mcbpc == -1) continue;       // not_coded
                 if (mcbpc < 0) return -1;
-                int acPred = static_cast<int>(r.read(1));
+                bool intra = mcbpc >> 2 >= 3;
+                int acPred = intra ? static_cast<int>(r.read(1)) : 0;
                 int cbpy = readVlc(r, kCbpyIntra);
                 if (cbpy < 0) return -1;
-                if (mcbpc >> 2 == 4) {
+                if (!intra) cbpy ^= 15;
+                if (mcbpc >> 2 == 4 || mcbpc >> 2 == 1) {
                     const int dquant[] = {-1, -2, 1, 2};
                     quant += dquant[r.read(2)];
                 }
                 if (vol.interlaced && (cbpy || (mcbpc & 3))) r.read(1);  // dct_type
                 bool dcVlc = thr == 0 || (thr < 7 && quant < 11 + 2 * thr);
                 int cbp = cbpy << 2 | (mcbpc & 3);
+                if (!intra) {
+                    if (vol.interlaced || !skipVectors(r, mcbpc >> 2, fcode)) return -1;
+                    for (int b = 0; b < 6; ++b) {
+                        if (!(cbp >> (5 - b) & 1)) continue;
+                        int qp = quant;
+                        bool ok = sameEnd(
+                            r, [](Mox8u** pp, int* o, Mox16s* c, int* l) { return moxiDecodeCoeffsInter_MPEG4_1u16s(pp, o, c, l, 0, 0); },
+                            [qp](Mox8u** pp, int* o, Mox16s* c, int* l) {
+                                return moxiReconstructCoeffsInter_MPEG4_1u16s(pp, o, c, l, 0, 0, qp, nullptr);
+                            });
+                        if (!ok) return -1;
+                        ++counts.inter;
+                    }
+                    continue;
+                }
                 for (int b = 0; b < 6; ++b) {
                     if (dcVlc) {
                         Cursor c = cursorOf(r);
@@ -457,6 +555,7 @@ int parseMpeg4(const std::vector<Mox8u>& data) {
                         return moxiDecodeCoeffsIntra_MPEG4_1u16s(pp, o, c, l, 0, dcVlc, scan);
                     });
                     if (!ok) return -1;
+                    ++counts.intra;
                 }
             }
             EXPECT_TRUE(endsAtStartCode(r, end + 8, Std::Mpeg4));
@@ -467,17 +566,21 @@ int parseMpeg4(const std::vector<Mox8u>& data) {
     return pictures;
 }
 
-TEST(Mpeg4Streams, FfmpegMpeg4IntraVops) {
+TEST(Mpeg4Streams, FfmpegMpeg4Vops) {
     if (!haveFfmpeg()) GTEST_SKIP() << "ffmpeg not installed";
-    for (int q : {1, 2, 8, 31}) {
-        for (const char* options : {"-c:v mpeg4 -f m4v", "-c:v mpeg4 -flags +aic -f m4v", "-c:v mpeg4 -mpeg_quant 1 -f m4v"}) {
-            std::vector<Mox8u> s = encodeClip(options, "176x144", q);
-            ASSERT_GT(s.size(), 100u);
-            EXPECT_EQ(parseMpeg4(s), 3) << "qscale " << q << " " << options;
+    for (int gop : {1, 3}) {
+        Counts counts;
+        for (int q : {1, 2, 8, 31}) {
+            for (const char* options : {"-c:v mpeg4 -f m4v", "-c:v mpeg4 -flags +aic -f m4v", "-c:v mpeg4 -mpeg_quant 1 -f m4v"}) {
+                std::vector<Mox8u> s = encodeClip(options, "176x144", q, gop);
+                ASSERT_GT(s.size(), 100u);
+                EXPECT_EQ(parseMpeg4(s, counts), 3) << "qscale " << q << " " << options << " gop " << gop;
+            }
         }
+        std::vector<Mox8u> s = encodeClip("-c:v mpeg4 -f m4v", "320x240", 2, gop);
+        EXPECT_EQ(parseMpeg4(s, counts), 3);
+        EXPECT_EQ(counts.inter > 0, gop > 1);
     }
-    std::vector<Mox8u> s = encodeClip("-c:v mpeg4 -f m4v", "320x240", 2);
-    EXPECT_EQ(parseMpeg4(s), 3);
 }
 
 }  // namespace
