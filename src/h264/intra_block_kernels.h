@@ -17,6 +17,7 @@
 #include <smmintrin.h>
 
 #include <array>
+#include <cstddef>
 #include <cstring>
 #include <utility>
 
@@ -609,6 +610,130 @@ bool predict8x8DC(T* p, int step, int avail, int bitDepth) {
     __m128i v = splat<T>(dc);
     for (int y = 0; y < 8; ++y) fillRow<T, 8>(row(p, step, y), v);
     return false;
+}
+
+// ---------------------------------------------------------------- 16x16 blocks of 8-bit samples (clause 8.3.3)
+
+// Sum of the 16 left-column samples through four independent row pointers
+// (rows y, y + 4, y + 8, y + 12).
+inline int leftSum16(const Mox8u* p, int step) {
+    const std::ptrdiff_t s = step;
+    const Mox8u *q0 = p - 1, *q1 = q0 + 4 * s, *q2 = q0 + 8 * s, *q3 = q0 + 12 * s;
+    int a = 0, b = 0;
+#pragma GCC unroll 4
+    for (int y = 0; y < 4; ++y, q0 += s, q1 += s, q2 += s, q3 += s) {
+        a += *q0 + *q1;
+        b += *q2 + *q3;
+    }
+    return a + b;
+}
+
+// The DC value of a 16x16 block: the mean of the available upper row and
+// left column, else 128.
+inline int dc16x16Value(const Mox8u* p, int step, int avail) {
+    int st = 0, sl = 0;
+    if (avail & kAvailUp) {
+        __m128i s = _mm_sad_epu8(loadu(row(p, step, -1)), _mm_setzero_si128());
+        st = _mm_cvtsi128_si32(_mm_add_epi32(s, _mm_unpackhi_epi64(s, s)));
+    }
+    if (avail & kAvailLeft) sl = leftSum16(p, step);
+    switch (avail & (kAvailUp | kAvailLeft)) {
+        case kAvailUp | kAvailLeft:
+            return (st + sl + 16) >> 5;
+        case kAvailUp:
+            return (st + 8) >> 4;
+        case kAvailLeft:
+            return (sl + 8) >> 4;
+        default:
+            return 128;
+    }
+}
+
+// The plane mode as base + b * x + c * y (before the >> 5), x, y = 0 .. 15.
+struct Plane16x16 {
+    int base, b, c;
+};
+
+inline Plane16x16 plane16x16(const Mox8u* p, int step) {
+    const Mox8u* above = row(p, step, -1);
+    int h = hsum16(_mm_maddubs_epi16(loadu(above), _mm_setr_epi8(-7, -6, -5, -4, -3, -2, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8)));
+    h -= 8 * above[-1];
+    // Vertical gradient: sum of (k + 1) * (left(8 + k) - left(6 - k)), left(-1) the corner.
+    int v0 = 0, v1 = 0;
+#pragma GCC unroll 8
+    for (int k = 0; k < 8; k += 2) {
+        v0 += (k + 1) * (row(p, step, 8 + k)[-1] - row(p, step, 6 - k)[-1]);
+        v1 += (k + 2) * (row(p, step, 9 + k)[-1] - row(p, step, 5 - k)[-1]);
+    }
+    const int a = 16 * (row(p, step, 15)[-1] + above[15]);
+    const int b = (5 * h + 32) >> 6, c = (5 * (v0 + v1) + 32) >> 6;
+    return {a + 16 - 7 * b - 7 * c, b, c};
+}
+
+// Rows of the plane prediction in 16-bit lanes, clamped to 0..255: columns
+// 0..7 and 8..15 of row y, one row after the other. The >> 5 runs as a
+// multiply by 2^11 keeping the high half (|values| stay below 2^15), on the
+// multiplier pipes, which leaves the shuffle pipes to the packs.
+struct PlaneRows16 {
+    __m128i v0, v1, dc;
+    explicit PlaneRows16(const Plane16x16& q) {
+        const __m128i ramp = _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7);
+        v0 = _mm_add_epi16(_mm_set1_epi16(static_cast<short>(q.base)),
+                           _mm_mullo_epi16(ramp, _mm_set1_epi16(static_cast<short>(q.b))));
+        v1 = _mm_add_epi16(v0, _mm_set1_epi16(static_cast<short>(8 * q.b)));
+        dc = _mm_set1_epi16(static_cast<short>(q.c));
+    }
+    static __m128i shift5(__m128i v) { return _mm_mulhi_epi16(v, _mm_set1_epi16(1 << 11)); }
+    // The next row, unclamped, packed to 16 bytes.
+    __m128i nextPacked() {
+        __m128i s = _mm_packus_epi16(shift5(v0), shift5(v1));
+        v0 = _mm_add_epi16(v0, dc);
+        v1 = _mm_add_epi16(v1, dc);
+        return s;
+    }
+    // The next row as two registers of 16-bit samples.
+    void next(__m128i& lo, __m128i& hi) {
+        const __m128i zero = _mm_setzero_si128(), maxv = _mm_set1_epi16(255);
+        lo = _mm_min_epi16(_mm_max_epi16(shift5(v0), zero), maxv);
+        hi = _mm_min_epi16(_mm_max_epi16(shift5(v1), zero), maxv);
+        v0 = _mm_add_epi16(v0, dc);
+        v1 = _mm_add_epi16(v1, dc);
+    }
+};
+
+// The 16 rows of a 16x16 block set to v, through four independent row
+// pointers (rows y, y + 4, y + 8, y + 12).
+inline void fill16x16(Mox8u* p, int step, __m128i v) {
+    const std::ptrdiff_t s = step;
+    Mox8u *q0 = p, *q1 = p + 4 * s, *q2 = p + 8 * s, *q3 = p + 12 * s;
+#pragma GCC unroll 4
+    for (int y = 0; y < 4; ++y, q0 += s, q1 += s, q2 += s, q3 += s) {
+        storeu(q0, v);
+        storeu(q1, v);
+        storeu(q2, v);
+        storeu(q3, v);
+    }
+}
+
+// The four 16x16 modes of 8-bit samples; the caller has made sure that the
+// mode's neighbours are there.
+[[gnu::always_inline]] inline void predictV16(Mox8u* p, int step) { fill16x16(p, step, loadu(row(p, step, -1))); }
+
+[[gnu::always_inline]] inline void predictH16(Mox8u* p, int step) {
+    const std::ptrdiff_t s = step;
+#pragma GCC unroll 16
+    for (int y = 0; y < 16; ++y, p += s) storeu(p, _mm_set1_epi8(static_cast<char>(p[-1])));
+}
+
+[[gnu::always_inline]] inline void predictDC16(Mox8u* p, int step, int avail) {
+    fill16x16(p, step, _mm_shuffle_epi8(_mm_cvtsi32_si128(dc16x16Value(p, step, avail)), _mm_setzero_si128()));
+}
+
+[[gnu::always_inline]] inline void predictPlane16(Mox8u* p, int step) {
+    PlaneRows16 rows(plane16x16(p, step));
+    const std::ptrdiff_t s = step;
+#pragma GCC unroll 16
+    for (int y = 0; y < 16; ++y, p += s) storeu(p, rows.nextPacked());
 }
 
 }  // namespace mox::h264::intra

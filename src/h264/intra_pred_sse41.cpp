@@ -2,6 +2,7 @@
 // predictors (intra_block_kernels.h), the 16x16 and chroma predictors
 // (clauses 8.3.3 and 8.3.4), and the exported stand-alone predictors.
 #include <array>
+#include <cstddef>
 #include <cstring>
 #include <utility>
 
@@ -16,7 +17,8 @@ using namespace intra;
 // ---------------------------------------------------------------- 16x16 predictors (clause 8.3.3)
 
 template <class T>
-void predict16x16V(T* p, int step, int, int) {
+void predict16x16V(T* p, int step, int avail, int) {
+    if constexpr (sizeof(T) == 1) return intra::predictV16(p, step);
     const T* above = row(p, step, -1);
     __m128i a = loadu(above), b = sizeof(T) == 2 ? loadu(above + 8) : a;
 #pragma GCC unroll 16
@@ -28,7 +30,8 @@ void predict16x16V(T* p, int step, int, int) {
 }
 
 template <class T>
-void predict16x16H(T* p, int step, int, int) {
+void predict16x16H(T* p, int step, int avail, int) {
+    if constexpr (sizeof(T) == 1) return intra::predictH16(p, step);
 #pragma GCC unroll 16
     for (int y = 0; y < 16; ++y) {
         T* d = row(p, step, y);
@@ -47,34 +50,33 @@ inline int leftSum(const T* p, int step, int y0) {
 
 template <class T>
 void predict16x16DC(T* p, int step, int avail, int bitDepth) {
-    int st = 0, sl = 0, dc = half<T>(bitDepth);
-    if (avail & kAvailUp) {
-        const T* above = row(p, step, -1);
-        if constexpr (sizeof(T) == 1) {
-            __m128i s = _mm_sad_epu8(loadu(above), _mm_setzero_si128());
-            st = _mm_cvtsi128_si32(_mm_add_epi32(s, _mm_srli_si128(s, 8)));
-        } else {
+    if constexpr (sizeof(T) == 1) {
+        intra::predictDC16(p, step, avail);
+    } else {
+        int st = 0, sl = 0, dc = half<T>(bitDepth);
+        if (avail & kAvailUp) {
+            const T* above = row(p, step, -1);
             st = hsum32(_mm_add_epi32(_mm_madd_epi16(loadu(above), _mm_set1_epi16(1)),
                                       _mm_madd_epi16(loadu(above + 8), _mm_set1_epi16(1))));
         }
-    }
-    if (avail & kAvailLeft) sl = leftSum<16>(p, step, 0);
-    switch (avail & (kAvailUp | kAvailLeft)) {
-        case kAvailUp | kAvailLeft:
-            dc = (st + sl + 16) >> 5;
-            break;
-        case kAvailUp:
-            dc = (st + 8) >> 4;
-            break;
-        case kAvailLeft:
-            dc = (sl + 8) >> 4;
-            break;
-        default:
-            break;
-    }
-    __m128i v = splat<T>(dc);
+        if (avail & kAvailLeft) sl = leftSum<16>(p, step, 0);
+        switch (avail & (kAvailUp | kAvailLeft)) {
+            case kAvailUp | kAvailLeft:
+                dc = (st + sl + 16) >> 5;
+                break;
+            case kAvailUp:
+                dc = (st + 8) >> 4;
+                break;
+            case kAvailLeft:
+                dc = (sl + 8) >> 4;
+                break;
+            default:
+                break;
+        }
+        __m128i v = splat<T>(dc);
 #pragma GCC unroll 16
-    for (int y = 0; y < 16; ++y) fillRow<T, 16>(row(p, step, y), v);
+        for (int y = 0; y < 16; ++y) fillRow<T, 16>(row(p, step, y), v);
+    }
 }
 
 // Sum over k of (k + 1) * (left(c + k) - left(c - 2 - k)), k = 0 .. n - 1,
@@ -92,19 +94,10 @@ inline int leftGradient(const T* p, int step, int c) {
 template <class T, int W, int H>
 inline void planeRows(T* p, int step, int base, int b, int c, int bitDepth) {
     if constexpr (sizeof(T) == 1) {
-        // 16-bit lanes suffice for 8-bit samples: |values| stay below 2^15.
-        const __m128i ramp = _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7);
-        __m128i v0 = _mm_add_epi16(_mm_set1_epi16(static_cast<short>(base)),
-                                   _mm_mullo_epi16(ramp, _mm_set1_epi16(static_cast<short>(b))));
-        __m128i v1 = _mm_add_epi16(v0, _mm_set1_epi16(static_cast<short>(8 * b)));
-        const __m128i dc = _mm_set1_epi16(static_cast<short>(c));
+        PlaneRows16 rows({base, b, c});
+        const std::ptrdiff_t s1 = step;
 #pragma GCC unroll 16
-        for (int y = 0; y < H; ++y) {
-            __m128i s = _mm_packus_epi16(_mm_srai_epi16(v0, 5), _mm_srai_epi16(v1, 5));
-            simd::store<W>(row(p, step, y), s);
-            v0 = _mm_add_epi16(v0, dc);
-            v1 = _mm_add_epi16(v1, dc);
-        }
+        for (int y = 0; y < H; ++y, p += s1) simd::store<W>(p, rows.nextPacked());
     } else {
         constexpr int NV = W / 4;
         __m128i v[NV];
@@ -124,23 +117,19 @@ inline void planeRows(T* p, int step, int base, int b, int c, int bitDepth) {
 }
 
 template <class T>
-void predict16x16Plane(T* p, int step, int, int bitDepth) {
-    const T* above = row(p, step, -1);
-    int h;
+void predict16x16Plane(T* p, int step, int avail, int bitDepth) {
     if constexpr (sizeof(T) == 1) {
-        __m128i m =
-            _mm_maddubs_epi16(loadu(above), _mm_setr_epi8(-7, -6, -5, -4, -3, -2, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8));
-        h = hsum16(m);
+        intra::predictPlane16(p, step);
     } else {
+        const T* above = row(p, step, -1);
         __m128i m = _mm_add_epi32(_mm_madd_epi16(loadu(above), _mm_setr_epi16(-7, -6, -5, -4, -3, -2, -1, 0)),
                                   _mm_madd_epi16(loadu(above + 8), _mm_setr_epi16(1, 2, 3, 4, 5, 6, 7, 8)));
-        h = hsum32(m);
+        int h = hsum32(m) - 8 * above[-1];
+        int v = leftGradient<8>(p, step, 8);
+        int a = 16 * (row(p, step, 15)[-1] + above[15]);
+        int b = (5 * h + 32) >> 6, c = (5 * v + 32) >> 6;
+        planeRows<T, 16, 16>(p, step, a + 16 - 7 * b - 7 * c, b, c, bitDepth);
     }
-    h -= 8 * above[-1];
-    int v = leftGradient<8>(p, step, 8);
-    int a = 16 * (row(p, step, 15)[-1] + above[15]);
-    int b = (5 * h + 32) >> 6, c = (5 * v + 32) >> 6;
-    planeRows<T, 16, 16>(p, step, a + 16 - 7 * b - 7 * c, b, c, bitDepth);
 }
 
 // ---------------------------------------------------------------- chroma predictors (clause 8.3.4), 8 x H
@@ -279,7 +268,13 @@ MOX_FN moxiPredictIntra_16x16_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mo
     MOX_CHECK(predMode < 0 || predMode > 3 || mox::h264::canPredict16x16(predMode, availability),
               moxStsIntraNeighbourErr);
     MOX_CHECK(predMode >= 0 && predMode <= 3, moxStsOutOfRangeErr);
-    Predictors<Mox8u>::k16x16[predMode](pSrcDst, srcdstStep, availability, 8);
+    // Each mode's kernel called directly, not through the table.
+    switch (predMode) {
+        case 0: mox::h264::predict16x16V<Mox8u>(pSrcDst, srcdstStep, availability, 8); break;
+        case 1: mox::h264::predict16x16H<Mox8u>(pSrcDst, srcdstStep, availability, 8); break;
+        case 2: mox::h264::predict16x16DC<Mox8u>(pSrcDst, srcdstStep, availability, 8); break;
+        default: mox::h264::predict16x16Plane<Mox8u>(pSrcDst, srcdstStep, availability, 8); break;
+    }
     return moxStsNoErr;
 }
 

@@ -6,6 +6,8 @@
 // (Mox8u or Mox16u). Nothing here checks its arguments.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <cstring>
 
 #include "core/pixel.h"
@@ -120,6 +122,13 @@ inline void add4x4(P* blk, int step, const C* c, const C* dc, bool ac, int qp, c
 
 inline constexpr Mox16s kZeroLevels[16] = {};
 
+// Set bits of each byte value.
+inline constexpr std::array<uint8_t, 256> kBitCount8 = [] {
+    std::array<uint8_t, 256> t{};
+    for (int v = 1; v < 256; ++v) t[v] = static_cast<uint8_t>(t[v >> 1] + (v & 1));
+    return t;
+}();
+
 inline void transposeHalves(__m128i& r0, __m128i& r1, __m128i& r2, __m128i& r3) {
     __m128i t0 = _mm_unpacklo_epi16(r0, r1), t1 = _mm_unpackhi_epi16(r0, r1);
     __m128i t2 = _mm_unpacklo_epi16(r2, r3), t3 = _mm_unpackhi_epi16(r2, r3);
@@ -191,35 +200,44 @@ struct PairScale {
     }
 };
 
-template <Quant Q, bool Left>
-inline void addPairShifted(Mox8u* p, int step, const Mox16s* a, const Mox16s* b, const Mox16s* dc,
-                           const PairScale<Q>& q) {
+// The residual rows (left | right) of blocks a and b; with HasDc, their DCs
+// replaced by lanes 0 and 4 of d (the other lanes zero).
+template <Quant Q, bool Left, bool HasDc>
+[[gnu::always_inline]] inline void pairRows(const Mox16s* a, const Mox16s* b, __m128i d, const PairScale<Q>& q,
+                                            __m128i* x) {
     constexpr bool Sat = Q == Quant::Flat;
     auto ld = [](const Mox16s* v) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(v)); };
     __m128i a01 = q.template scaled<Left>(ld(a), q.m01), a23 = q.template scaled<Left>(ld(a + 8), q.m23);
     __m128i b01 = q.template scaled<Left>(ld(b), q.m01), b23 = q.template scaled<Left>(ld(b + 8), q.m23);
-    if (dc) {
-        a01 = _mm_insert_epi16(a01, dc[0], 0);
-        b01 = _mm_insert_epi16(b01, dc[1], 0);
-    }
-    if constexpr (!Sat) {
-        // With wrap-around the rounding term rides on the DCs, which reach every output once.
-        const __m128i round = _mm_cvtsi32_si128(32);
-        a01 = _mm_add_epi16(a01, round);
-        b01 = _mm_add_epi16(b01, round);
-    }
-    __m128i ac01, ac23, bc01, bc23, x[4];
+    __m128i ac01, ac23, bc01, bc23;
     columns(a01, a23, ac01, ac23);
     columns(b01, b23, bc01, bc23);
     x[0] = _mm_unpacklo_epi64(ac01, bc01);
     x[1] = _mm_unpackhi_epi64(ac01, bc01);
     x[2] = _mm_unpacklo_epi64(ac23, bc23);
     x[3] = _mm_unpackhi_epi64(ac23, bc23);
+    // x[0] holds column 0 of both blocks, the DCs in lanes 0 and 4: replaced
+    // there, and with wrap-around the rounding term rides on them, as it
+    // reaches every output once.
+    if constexpr (HasDc) x[0] = _mm_add_epi16(_mm_and_si128(x[0], _mm_setr_epi16(0, -1, -1, -1, 0, -1, -1, -1)), d);
+    if constexpr (!Sat) x[0] = _mm_add_epi16(x[0], _mm_setr_epi16(32, 0, 0, 0, 32, 0, 0, 0));
     idctAcross<Sat>(x);
     transposeHalves(x[0], x[1], x[2], x[3]);
     idctAcross<Sat>(x);
+    // The final >> 6 as a multiply by 2^10 keeping the high half, on the multiplier pipes.
+    const __m128i k = _mm_set1_epi16(1 << 10);
 #pragma GCC unroll 4
-    for (int i = 0; i < 4; ++i) x[i] = _mm_srai_epi16(Sat ? _mm_adds_epi16(x[i], _mm_set1_epi16(32)) : x[i], 6);
+    for (int i = 0; i < 4; ++i) x[i] = _mm_mulhi_epi16(Sat ? _mm_adds_epi16(x[i], _mm_set1_epi16(32)) : x[i], k);
+}
+
+template <Quant Q, bool Left>
+inline void addPairShifted(Mox8u* p, int step, const Mox16s* a, const Mox16s* b, const Mox16s* dc,
+                           const PairScale<Q>& q) {
+    __m128i x[4];
+    if (dc)
+        pairRows<Q, Left, true>(a, b, _mm_cvtepu16_epi64(_mm_cvtsi32_si128(static_cast<int>(intra::load32(dc)))), q, x);
+    else
+        pairRows<Q, Left, false>(a, b, _mm_setzero_si128(), q, x);
     addRows8x4(p, step, x);
 }
 
@@ -296,6 +314,94 @@ inline void addPairDC(Mox8u* p, int step, const Mox16s* dc) {
                        6);
     const __m128i r[4] = {d, d, d, d};
     addRows8x4(p, step, r);
+}
+
+// ---------------------------------------------------------------- Intra 16x16 of 8-bit samples in strips
+// The prediction is formed row by row in registers and the residual of the
+// four blocks of a 4-row strip (two pairs) added to it before anything is
+// stored: each row of the macroblock is written once.
+
+// The residual rows of one pair, the DC rows alone when neither block has AC
+// levels; the pair's DCs are lanes 2 * Half and 2 * Half + 1 of dc4.
+template <Quant Q, bool Left, int Half>
+[[gnu::always_inline]] inline void halfStrip(const Mox16s* c, unsigned acs, __m128i dc4, const PairScale<Q>& q,
+                                             __m128i* x) {
+    if (acs) {
+        const Mox16s* a = acs & 1 ? c : kZeroLevels;
+        const Mox16s* b = acs & 2 ? c + (acs & 1 ? 16 : 0) : kZeroLevels;
+        pairRows<Q, Left, true>(a, b, _mm_cvtepu16_epi64(Half ? _mm_srli_si128(dc4, 4) : dc4), q, x);
+    } else {
+        const __m128i spread = Half ? _mm_setr_epi8(4, 5, 4, 5, 4, 5, 4, 5, 6, 7, 6, 7, 6, 7, 6, 7)
+                                    : _mm_setr_epi8(0, 1, 0, 1, 0, 1, 0, 1, 2, 3, 2, 3, 2, 3, 2, 3);
+        __m128i d = _mm_shuffle_epi8(dc4, spread);
+        d = _mm_srai_epi16(Q == Quant::Flat ? _mm_adds_epi16(d, _mm_set1_epi16(32)) : _mm_add_epi16(d, _mm_set1_epi16(32)),
+                           6);
+        x[0] = x[1] = x[2] = x[3] = d;
+    }
+}
+
+// pred(lo, hi) gives the next row's prediction in 16-bit lanes (0..255).
+template <Quant Q, bool Left, class Pred>
+inline void intra16x16Strips(const Mox16s*& c, Mox8u* mb, int step, const Mox16s* dc, Mox32u cbp,
+                             const PairScale<Q>& q, Pred&& pred) {
+    const unsigned ac = (cbp >> 1) & 0xFFFF;  // AC levels of block k: bit k
+    const std::ptrdiff_t s1 = step;
+    // Levels of block k start after those of the coded blocks before it:
+    // 16 x the set bits of ac below bit k, from a table of byte counts.
+    const unsigned acLo = ac & 0xFF, acHi = ac >> 8, nLo = kBitCount8[acLo];
+    auto before = [&](int k) {
+        return k <= 8 ? kBitCount8[acLo & ((1u << k) - 1)] : nLo + kBitCount8[acHi & ((1u << (k - 8)) - 1)];
+    };
+    Mox8u* d = mb;
+    for (int sy = 0; sy < 4; ++sy) {
+        // Blocks k, k + 1 (left pair) and k + 4, k + 5 (right pair).
+        const int k = (sy >> 1) * 8 + (sy & 1) * 2;
+        __m128i xl[4], xr[4];
+        const __m128i dc4 = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(dc + 4 * sy));
+        halfStrip<Q, Left, 0>(c + 16 * before(k), (ac >> k) & 3, dc4, q, xl);
+        halfStrip<Q, Left, 1>(c + 16 * before(k + 4), (ac >> (k + 4)) & 3, dc4, q, xr);
+#pragma GCC unroll 4
+        for (int i = 0; i < 4; ++i, d += s1) {
+            __m128i lo, hi;
+            pred(lo, hi);
+            simd::store<16>(d, _mm_packus_epi16(_mm_adds_epi16(lo, xl[i]), _mm_adds_epi16(hi, xr[i])));
+        }
+    }
+    c += 16 * (nLo + kBitCount8[acHi]);
+}
+
+// Intra 16x16 with residual, 8-bit samples: `dc` holds the scaled DCs in raster order.
+template <Quant Q, bool Left>
+inline void intra16x16Residual(const Mox16s*& c, Mox8u* mb, int step, int mode, int avail, const Mox16s* dc,
+                               Mox32u cbp, const PairScale<Q>& q) {
+    const __m128i zero = _mm_setzero_si128();
+    switch (mode) {
+        case 0: {  // vertical
+            const __m128i t = intra::loadu(row(mb, step, -1));
+            const __m128i lo = _mm_unpacklo_epi8(t, zero), hi = _mm_unpackhi_epi8(t, zero);
+            intra16x16Strips<Q, Left>(c, mb, step, dc, cbp, q, [&](__m128i& l, __m128i& h) { l = lo, h = hi; });
+            break;
+        }
+        case 1: {  // horizontal
+            const Mox8u* left = mb - 1;
+            const std::ptrdiff_t s1 = step;
+            intra16x16Strips<Q, Left>(c, mb, step, dc, cbp, q, [&](__m128i& l, __m128i& h) {
+                l = h = _mm_set1_epi16(*left);
+                left += s1;
+            });
+            break;
+        }
+        case 2: {
+            const __m128i v = _mm_set1_epi16(static_cast<short>(intra::dc16x16Value(mb, step, avail)));
+            intra16x16Strips<Q, Left>(c, mb, step, dc, cbp, q, [&](__m128i& l, __m128i& h) { l = h = v; });
+            break;
+        }
+        default: {
+            intra::PlaneRows16 rows(intra::plane16x16(mb, step));
+            intra16x16Strips<Q, Left>(c, mb, step, dc, cbp, q, [&](__m128i& l, __m128i& h) { rows.next(l, h); });
+            break;
+        }
+    }
 }
 
 template <class C, class P>
@@ -467,8 +573,10 @@ bool lumaIntra8x8(const C*& c, P* mb, int step, const Mox32u* modes, const LumaP
 // blocks, each from its DC alone when its AC levels are absent.
 template <Quant Q, class C, class P>
 void lumaIntra16x16(const C*& c, P* mb, int step, int mode, const LumaParams& a) {
-    Predictors<P>::k16x16[mode](mb, step, availability16x16(a.edge), a.bitDepth);
-    if (!(a.cbp & 0x1FFFF)) return;
+    const int avail = availability16x16(a.edge);
+    const bool residual = a.cbp & 0x1FFFF;
+    if (!residual || sizeof(P) != 1 || a.lossless) Predictors<P>::k16x16[mode](mb, step, avail, a.bitDepth);
+    if (!residual) return;
     alignas(16) C dc[16] = {};
     if (a.cbp & 1) {
         std::memcpy(dc, c, sizeof(dc));
@@ -478,6 +586,16 @@ void lumaIntra16x16(const C*& c, P* mb, int step, int mode, const LumaParams& a)
                 lumaDC(dc, a.qp);
             else
                 lumaDCScaled(dc, a.qp, a.ls[0]);
+        }
+    }
+    if constexpr (sizeof(P) == 1) {
+        if (!a.lossless) {
+            const PairScale<Q> scale(a.qp, a.ls);
+            if (Q == Quant::Scaled && scale.sh.left)
+                intra16x16Residual<Q, true>(c, mb, step, mode, avail, dc, a.cbp, scale);
+            else
+                intra16x16Residual<Q, false>(c, mb, step, mode, avail, dc, a.cbp, scale);
+            return;
         }
     }
     if (a.lossless) {
@@ -493,22 +611,12 @@ void lumaIntra16x16(const C*& c, P* mb, int step, int mode, const LumaParams& a)
         addLossless<16>(mb, step, res, 16, lumaDpcm(mode), a.bitDepth);
         return;
     }
-    [[maybe_unused]] const PairScale<Q> scale(a.qp, a.ls);
     for (int k = 0; k < 16; k += 2) {
         P* blk = row(mb, step, kY4[k]) + kX4[k];
         const C* d = &dc[kY4[k] + (kX4[k] >> 2)];  // the pair's two DCs, adjacent in raster order
         const bool ac0 = a.cbp & (2u << k), ac1 = a.cbp & (4u << k);
-        if constexpr (sizeof(P) == 1) {
-            const C* c0 = ac0 ? c : kZeroLevels;
-            const C* c1 = ac1 ? c + (ac0 ? 16 : 0) : kZeroLevels;
-            if (ac0 || ac1)
-                addPair<Q>(blk, step, c0, c1, d, scale);
-            else
-                addPairDC<Q>(blk, step, d);
-        } else {
-            add4x4<Q>(blk, step, ac0 ? c : nullptr, d, ac0, a.qp, a.ls, a.bitDepth);
-            add4x4<Q>(blk + 4, step, ac1 ? c + (ac0 ? 16 : 0) : nullptr, d + 1, ac1, a.qp, a.ls, a.bitDepth);
-        }
+        add4x4<Q>(blk, step, ac0 ? c : nullptr, d, ac0, a.qp, a.ls, a.bitDepth);
+        add4x4<Q>(blk + 4, step, ac1 ? c + (ac0 ? 16 : 0) : nullptr, d + 1, ac1, a.qp, a.ls, a.bitDepth);
         c += (ac0 ? 16 : 0) + (ac1 ? 16 : 0);
     }
 }

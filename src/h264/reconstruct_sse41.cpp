@@ -108,33 +108,53 @@ MOX_FN moxiReconstructLumaIntraHalf8x8MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, 
                           bypassFlag);
 }
 
+namespace {
+
+// Intra 16x16, flat or with a LevelScale table (Scaled: table required, lossless when bypass and QP 0).
+template <Quant Q>
+MoxStatus intra16x16(Mox16s** pp, Mox8u* p, Mox32s step, Mox32u mode, Mox32u cbp, Mox32u qp, Mox8u edge,
+                     const Mox16s* table, Mox8u bypass) {
+    MOX_CHECK_PTRS(pp, p);
+    MOX_CHECK_PTRS(*pp);
+    if constexpr (Q == Quant::Scaled) MOX_CHECK_PTRS(table);
+    MOX_CHECK(qp <= 51, moxStsOutOfRangeErr);
+    MOX_CHECK(!luma16x16Missing(mode, edge), moxStsIntraNeighbourErr);
+    MOX_CHECK(mode <= 3, moxStsOutOfRangeErr);
+    Stream<Mox16s> s(pp);
+    lumaIntra16x16<Q>(s.c, p, step, static_cast<int>(mode),
+                      luma(cbp, static_cast<int>(qp), edge, table, bypass && qp == 0));
+    return s.done();
+}
+
+// Inter residual of 4x4 or 8x8 blocks.
+template <bool Is8x8>
+MoxStatus inter(Mox16s** pp, Mox8u* p, Mox32s step, Mox32u cbp, Mox32s qp, const Mox16s* table, Mox8u bypass) {
+    MOX_CHECK_PTRS(pp, p);
+    MOX_CHECK_PTRS(*pp, table);
+    MOX_CHECK(static_cast<Mox32u>(qp) <= 51, moxStsOutOfRangeErr);
+    Stream<Mox16s> s(pp);
+    const LumaParams a = luma(cbp, qp, 0, table, bypass && qp <= 0);
+    if constexpr (Is8x8)
+        lumaInter8x8(s.c, p, step, a);
+    else
+        lumaInter4x4<Quant::Scaled>(s.c, p, step, a);
+    return s.done();
+}
+
+}  // namespace
+
 MOX_FN moxiReconstructLumaIntra16x16MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep,
                                                       Mox32u intra16x16PredMode, Mox32u cbp4x4, Mox32u QP,
                                                       Mox8u edgeType) {
-    MOX_CHECK_PTRS(ppSrcDstCoeff, pSrcDst);
-    MOX_CHECK_PTRS(*ppSrcDstCoeff);
-    MOX_CHECK(QP <= 51, moxStsOutOfRangeErr);
-    MOX_CHECK(!luma16x16Missing(intra16x16PredMode, edgeType), moxStsIntraNeighbourErr);
-    MOX_CHECK(intra16x16PredMode <= 3, moxStsOutOfRangeErr);
-    Stream<Mox16s> s(ppSrcDstCoeff);
-    lumaIntra16x16<Quant::Flat>(s.c, pSrcDst, srcdstStep, static_cast<int>(intra16x16PredMode),
-                                luma(cbp4x4, static_cast<int>(QP), edgeType, nullptr, false));
-    return s.done();
+    return intra16x16<Quant::Flat>(ppSrcDstCoeff, pSrcDst, srcdstStep, intra16x16PredMode, cbp4x4, QP, edgeType,
+                                   nullptr, 0);
 }
 
 MOX_FN moxiReconstructLumaIntra_16x16MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep,
                                                        Mox32u intra16x16PredMode, Mox32u cbp4x4, Mox32u QP,
                                                        Mox8u edgeType, const Mox16s* pQuantTable, Mox8u bypassFlag) {
-    MOX_CHECK_PTRS(ppSrcDstCoeff, pSrcDst);
-    MOX_CHECK_PTRS(*ppSrcDstCoeff);
-    MOX_CHECK_PTRS(pQuantTable);
-    MOX_CHECK(QP <= 51, moxStsOutOfRangeErr);
-    MOX_CHECK(!luma16x16Missing(intra16x16PredMode, edgeType), moxStsIntraNeighbourErr);
-    MOX_CHECK(intra16x16PredMode <= 3, moxStsOutOfRangeErr);
-    Stream<Mox16s> s(ppSrcDstCoeff);
-    lumaIntra16x16<Quant::Scaled>(s.c, pSrcDst, srcdstStep, static_cast<int>(intra16x16PredMode),
-                                  luma(cbp4x4, static_cast<int>(QP), edgeType, pQuantTable, bypassFlag && QP == 0));
-    return s.done();
+    return intra16x16<Quant::Scaled>(ppSrcDstCoeff, pSrcDst, srcdstStep, intra16x16PredMode, cbp4x4, QP, edgeType,
+                                     pQuantTable, bypassFlag);
 }
 
 // ---------------------------------------------------------------- luma inter
@@ -142,23 +162,13 @@ MOX_FN moxiReconstructLumaIntra_16x16MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, M
 MOX_FN moxiReconstructLumaInter4x4MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep,
                                                     Mox32u cbp4x4, Mox32s QP, const Mox16s* pQuantTable,
                                                     Mox8u bypassFlag) {
-    MOX_CHECK_PTRS(ppSrcDstCoeff, pSrcDst);
-    MOX_CHECK_PTRS(*ppSrcDstCoeff, pQuantTable);
-    MOX_CHECK(static_cast<Mox32u>(QP) <= 51, moxStsOutOfRangeErr);
-    Stream<Mox16s> s(ppSrcDstCoeff);
-    lumaInter4x4<Quant::Scaled>(s.c, pSrcDst, srcdstStep, luma(cbp4x4, QP, 0, pQuantTable, bypassFlag && QP <= 0));
-    return s.done();
+    return inter<false>(ppSrcDstCoeff, pSrcDst, srcdstStep, cbp4x4, QP, pQuantTable, bypassFlag);
 }
 
 MOX_FN moxiReconstructLumaInter8x8MB_H264_16s8u_C1R(Mox16s** ppSrcDstCoeff, Mox8u* pSrcDst, Mox32s srcdstStep,
                                                     Mox32u cbp8x8, Mox32s QP, const Mox16s* pQuantTable,
                                                     Mox8u bypassFlag) {
-    MOX_CHECK_PTRS(ppSrcDstCoeff, pSrcDst);
-    MOX_CHECK_PTRS(*ppSrcDstCoeff, pQuantTable);
-    MOX_CHECK(static_cast<Mox32u>(QP) <= 51, moxStsOutOfRangeErr);
-    Stream<Mox16s> s(ppSrcDstCoeff);
-    lumaInter8x8(s.c, pSrcDst, srcdstStep, luma(cbp8x8, QP, 0, pQuantTable, bypassFlag && QP <= 0));
-    return s.done();
+    return inter<true>(ppSrcDstCoeff, pSrcDst, srcdstStep, cbp8x8, QP, pQuantTable, bypassFlag);
 }
 
 // ---------------------------------------------------------------- chroma

@@ -24,8 +24,8 @@ struct V16 {
 };
 inline V16 operator+(V16 a, V16 b) { return {_mm_add_epi16(a.v, b.v)}; }
 inline V16 operator-(V16 a, V16 b) { return {_mm_sub_epi16(a.v, b.v)}; }
-// Shifts by 2 and more run as (a * 2^(16 - n)) >> 16 on the multiplier pipes,
-// which leaves the shift and shuffle pipes to the transposes.
+// (Running the shifts as multiplies by 2^(16 - n) keeping the high half, on
+// the multiplier pipes, measured no faster here.)
 inline V16 operator>>(V16 a, int n) {
     return {_mm_srai_epi16(a.v, n)};
 }

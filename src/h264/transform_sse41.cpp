@@ -84,18 +84,27 @@ inline void inverse4x4(__m128i& a, __m128i& b) {
     b = _mm_srai_epi16(b, 6);
 }
 
+inline uint32_t load4(const void* p) {
+    uint32_t v;
+    std::memcpy(&v, p, 4);
+    return v;
+}
+inline void store4(void* p, int v) { std::memcpy(p, &v, 4); }
+
 // pred + residual rows (0|1), (3|2), clamped to 0..255 (the sum saturates
 // before the clamp, which equals the exact sum's clamp).
 inline void addPred(__m128i r01, __m128i r32, const Mox8u* pred, int ps, Mox8u* dst, int ds) {
+    // Rows gathered with pinsrd and stored with pextrd straight from and to memory.
     auto pair = [&](int y0, int y1) {
-        return _mm_cvtepu8_epi16(_mm_unpacklo_epi32(simd::load<4>(row(pred, ps, y0)), simd::load<4>(row(pred, ps, y1))));
+        return _mm_cvtepu8_epi16(
+            _mm_insert_epi32(simd::load<4>(row(pred, ps, y0)), static_cast<int>(load4(row(pred, ps, y1))), 1));
     };
     __m128i p01 = pair(0, 1), p32 = pair(3, 2);
     __m128i s = _mm_packus_epi16(_mm_adds_epi16(r01, p01), _mm_adds_epi16(r32, p32));
     simd::store<4>(row(dst, ds, 0), s);
-    simd::store<4>(row(dst, ds, 1), _mm_srli_si128(s, 4));
-    simd::store<4>(row(dst, ds, 3), _mm_srli_si128(s, 8));
-    simd::store<4>(row(dst, ds, 2), _mm_srli_si128(s, 12));
+    store4(row(dst, ds, 1), _mm_extract_epi32(s, 1));
+    store4(row(dst, ds, 3), _mm_extract_epi32(s, 2));
+    store4(row(dst, ds, 2), _mm_extract_epi32(s, 3));
 }
 
 // Flat multipliers of rows 0|1 (half 0) or 2|3 (half 1).
