@@ -5,10 +5,11 @@
 // samples at -1, 0 and (t2, t3) at +1, +2; every one-dimensional sum fits
 // 16 bits (-1785..18105). In the two-dimensional case the vertical pass
 // gives 16-bit intermediates and the horizontal pass stays in 16-bit lanes
-// too: for every fraction pair its sums span less than 2^16 (at most 51000
-// apart), so they are formed modulo 2^16, lifted by a multiple of 128 that
-// makes them non-negative, shifted logically and lowered again - the exact
-// floor((sum + 64 - rnd) / 128).
+// too: for every fraction pair its sums lie within -9180..41820, so they are
+// formed modulo 2^16 and lowered by 128 * 128, which brings every one into
+// the signed 16-bit range; the arithmetic shift by 7 then gives the exact
+// floor((sum + 64 - rnd) / 128) - 128, which packsswb clamps to -128..127
+// and a flip of the top bit turns into the clamped sample.
 //
 // Bilinear: pmaddubsw with the weight pair (4 - f, f) along x, pmullw along y.
 #include <array>
@@ -94,12 +95,11 @@ MOX_VC1_OUT_OF_LINE void bicubicH(const Mox8u* src, int ss, Mox8u* dst, int ds, 
     }
 }
 
-// Range of the two-dimensional horizontal sums for one fraction pair, and the
-// lift (a multiple of 128) that makes every sum + 64 - rnd non-negative.
-struct Lift {
-    int lift, top;
+// Range of the two-dimensional horizontal sums for one fraction pair.
+struct SumRange {
+    int lo, hi;
 };
-constexpr Lift liftFor(int dx, int dy) {
+constexpr SumRange sumRange(int dx, int dy) {
     const int s1 = (kHalfShift[dx] + kHalfShift[dy]) >> 1;
     int vneg = 0, vpos = 0, hneg = 0, hpos = 0;
     for (int k = 0; k < 4; ++k) {
@@ -107,47 +107,59 @@ constexpr Lift liftFor(int dx, int dy) {
         (kTaps[dx][k] < 0 ? hneg : hpos) += kTaps[dx][k];
     }
     const int imin = (vneg + (1 << (s1 - 1)) - 1) >> s1, imax = (vpos + (1 << (s1 - 1))) >> s1;
-    const int smin = hpos * imin + hneg * imax, smax = hpos * imax + hneg * imin;
-    const int lift = (-smin + 127) / 128 * 128;
-    return {lift, smax + lift + 64};
+    return {hpos * imin + hneg * imax, hpos * imax + hneg * imin};
 }
+constexpr int kLower = 128 * 128;  // keeps floor division by 128 exact
 
-// t0 * v0 + t1 * v1 + t2 * v2 + t3 * v3 modulo 2^16.
+// t0 * v0 + t1 * v1 + t2 * v2 + t3 * v3 + bias modulo 2^16.
 template <int DX>
-inline __m128i hsum16(__m128i v0, __m128i v1, __m128i v2, __m128i v3) {
+inline __m128i hsum16(__m128i v0, __m128i v1, __m128i v2, __m128i v3, __m128i bias) {
     if constexpr (DX == 2) {
         const __m128i in = _mm_add_epi16(v1, v2);
-        return _mm_sub_epi16(_mm_add_epi16(_mm_slli_epi16(in, 3), in), _mm_add_epi16(v0, v3));
+        const __m128i t = _mm_add_epi16(vc1::mullo<9>(in), bias);
+        return _mm_sub_epi16(t, _mm_add_epi16(v0, v3));
     } else {
         constexpr int n = DX == 1 ? 0 : 3;  // the -4 tap's position
         constexpr int f = DX == 1 ? 3 : 0;  // the -3 tap's position
         const __m128i v[4] = {v0, v1, v2, v3};
         const __m128i big = vc1::mullo<53>(v[DX == 1 ? 1 : 2]);
         const __m128i mid = vc1::mullo<18>(v[DX == 1 ? 2 : 1]);
-        const __m128i neg = _mm_add_epi16(_mm_slli_epi16(v[n], 2), vc1::mullo<3>(v[f]));
-        return _mm_sub_epi16(_mm_add_epi16(big, mid), neg);
+        // -4 as a multiply too: a shift and subtract would need a copy of the bias.
+        const __m128i t = _mm_add_epi16(_mm_add_epi16(_mm_add_epi16(big, mid), bias), vc1::mullo<-4>(v[n]));
+        return _mm_sub_epi16(t, vc1::mullo<3>(v[f]));
     }
 }
 
+// floor((sum + 64 - rnd) / 128) - 128; bias is 64 - rnd - kLower.
 template <int DX, int DY>
 inline __m128i hpass(__m128i v0, __m128i v1, __m128i v2, __m128i v3, __m128i bias) {
-    constexpr Lift L = liftFor(DX, DY);
-    static_assert(L.top < 65536, "two-dimensional sums must span less than 2^16");
-    const __m128i q = _mm_srli_epi16(_mm_add_epi16(hsum16<DX>(v0, v1, v2, v3), bias), 7);
-    return _mm_sub_epi16(q, _mm_set1_epi16(L.lift / 128));
+    constexpr SumRange R = sumRange(DX, DY);
+    static_assert(R.lo + 63 - kLower >= -32768 && R.hi + 64 - kLower <= 32767,
+                  "two-dimensional sums must fit 16 bits once lowered");
+    return _mm_srai_epi16(hsum16<DX>(v0, v1, v2, v3, bias), 7);
 }
 
-// Both fractions nonzero. Vertical pass over columns -1 .. W + 1 of each row
-// (W = 16: 16 bytes at -1 and 4 at 14; W = 8: 8 bytes at -1 and 8 at 2, in
-// one register), then the horizontal pass on the intermediates. The byte
+// Samples from two hpass results: clamp to -128..127, then flip the top bit.
+inline __m128i toSamples(__m128i a, __m128i b) {
+    return _mm_xor_si128(_mm_packs_epi16(a, b), _mm_set1_epi8(static_cast<char>(0x80)));
+}
+
+// Both fractions nonzero, in two passes over a small stack buffer. The
+// vertical pass covers columns -1 .. W + 1 of each row (W = 16: 16 bytes at
+// -1 and 4 at 14; W = 8: 8 bytes at -1 and 8 at 2, in one register) and
+// stores the 16-bit intermediates of the row, two rows at a time; the byte
 // pairs of rows (k, k + 1) serve two output rows, k + 1 with the taps
-// (t0, t1) and k - 1 with (t2, t3), so each is unpacked once.
+// (t0, t1) and k - 1 with (t2, t3), so each is unpacked once, and columns
+// 14..17 of two row pairs share one register. The horizontal pass then
+// reads the four tap positions of each group of 8 outputs with unaligned
+// loads instead of aligning registers.
 template <int W, int H, int DX, int DY>
 MOX_VC1_OUT_OF_LINE void bicubicHV(const Mox8u* src, int ss, Mox8u* dst, int ds, int rnd) {
     constexpr int s1 = (kHalfShift[DX] + kHalfShift[DY]) >> 1;
+    constexpr int kMid = 24;  // intermediates per row: I[-1 .. W + 1] at 0 .. W + 2, then slack
+    alignas(16) int16_t mid[H * kMid];
     const __m128i t01 = taps8(kTaps[DY][0], kTaps[DY][1]), t23 = taps8(kTaps[DY][2], kTaps[DY][3]);
     const __m128i vbias = _mm_set1_epi16(static_cast<short>((1 << (s1 - 1)) - 1 + rnd));
-    const __m128i hbias = _mm_set1_epi16(static_cast<short>(liftFor(DX, DY).lift + 64 - rnd));
     auto loadA = [](const Mox8u* p) {
         if constexpr (W == 16)
             return simd::load<16>(p - 1);
@@ -155,48 +167,67 @@ MOX_VC1_OUT_OF_LINE void bicubicHV(const Mox8u* src, int ss, Mox8u* dst, int ds,
             return simd::load8x2(p - 1, p + 2);
     };
     auto loadB = [](const Mox8u* p) { return W == 16 ? simd::load<4>(p + 14) : _mm_setzero_si128(); };
-    // q0, q1: the pairs of rows (y - 1, y) and (y, y + 1); r: row y + 1.
-    const __m128i mA = loadA(row(src, ss, -1)), mB = loadB(row(src, ss, -1));
-    const __m128i zA = loadA(src), zB = loadB(src);
-    __m128i rA = loadA(row(src, ss, 1));
-    [[maybe_unused]] __m128i rB = loadB(row(src, ss, 1));
-    __m128i q0lo = _mm_unpacklo_epi8(mA, zA), q0hi = _mm_unpackhi_epi8(mA, zA);
-    [[maybe_unused]] __m128i q0b = _mm_unpacklo_epi8(mB, zB);
-    __m128i q1lo = _mm_unpacklo_epi8(zA, rA), q1hi = _mm_unpackhi_epi8(zA, rA);
-    [[maybe_unused]] __m128i q1b = _mm_unpacklo_epi8(zB, rB);
-    for (int y = 0; y < H; ++y) {
-        const Mox8u* p3 = row(src, ss, y + 2);
-        const __m128i nA = loadA(p3);
-        const __m128i p2lo = _mm_unpacklo_epi8(rA, nA), p2hi = _mm_unpackhi_epi8(rA, nA);  // rows (y + 1, y + 2)
-        rA = nA;
-        __m128i lo = _mm_add_epi16(_mm_maddubs_epi16(q0lo, t01), _mm_maddubs_epi16(p2lo, t23));
-        __m128i hi = _mm_add_epi16(_mm_maddubs_epi16(q0hi, t01), _mm_maddubs_epi16(p2hi, t23));
-        lo = _mm_srai_epi16(_mm_add_epi16(lo, vbias), s1);  // I[-1..6]
-        hi = _mm_srai_epi16(_mm_add_epi16(hi, vbias), s1);  // W 16: I[7..14]; W 8: I[2..9]
-        __m128i out;
+    auto put = [](int16_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); };
+    auto sum = [&](__m128i above, __m128i below) {
+        const __m128i v = _mm_add_epi16(_mm_maddubs_epi16(above, t01), _mm_maddubs_epi16(below, t23));
+        return _mm_srai_epi16(_mm_add_epi16(v, vbias), s1);
+    };
+    // Byte pairs of two rows (16 or 8 columns), and for W = 16 the pairs of
+    // columns 14..17 of two consecutive row pairs in one register.
+    struct Pair {
+        __m128i lo, hi;
+    };
+    auto pair = [](__m128i a, __m128i b) { return Pair{_mm_unpacklo_epi8(a, b), _mm_unpackhi_epi8(a, b)}; };
+    auto quad = [](__m128i a, __m128i b, __m128i c) {
+        return _mm_unpacklo_epi8(_mm_unpacklo_epi32(a, b), _mm_unpacklo_epi32(b, c));
+    };
+    // Intermediates of the row between the pairs `above` (rows -1, 0) and `below` (rows 1, 2).
+    auto emit = [&](const Pair& above, const Pair& below, int16_t* m) {
+        put(m, sum(above.lo, below.lo));                      // I[-1..6]
+        put(m + (W == 16 ? 8 : 3), sum(above.hi, below.hi));  // I[7..14] or I[2..9]
+    };
+    // Rows y - 1 .. y + 3 make the pairs of output rows y and y + 1.
+    __m128i rA = loadA(row(src, ss, -1)), rB = loadB(row(src, ss, -1));
+    __m128i sA = loadA(src), sB = loadB(src);
+    Pair p0 = pair(rA, sA);  // rows (y - 1, y)
+    __m128i tA = loadA(row(src, ss, 1)), tB = loadB(row(src, ss, 1));
+    Pair p1 = pair(sA, tA);  // rows (y, y + 1)
+    [[maybe_unused]] __m128i pb = W == 16 ? quad(rB, sB, tB) : _mm_setzero_si128();  // (y - 1, y), (y, y + 1)
+    for (int y = 0; y < H; y += 2) {
+        const Mox8u* p2 = row(src, ss, y + 2);
+        const Mox8u* p3 = row(src, ss, y + 3);
+        sA = loadA(p2);
+        const Pair n0 = pair(tA, sA);  // rows (y + 1, y + 2)
+        rA = loadA(p3);
+        const Pair n1 = pair(sA, rA);  // rows (y + 2, y + 3)
+        int16_t* m = mid + y * kMid;
+        emit(p0, n0, m);
+        emit(p1, n1, m + kMid);
         if constexpr (W == 16) {
-            const __m128i nB = loadB(p3);
-            const __m128i p2b = _mm_unpacklo_epi8(rB, nB);
-            rB = nB;
-            __m128i e = _mm_add_epi16(_mm_maddubs_epi16(q0b, t01), _mm_maddubs_epi16(p2b, t23));
-            e = _mm_srli_si128(_mm_srai_epi16(_mm_add_epi16(e, vbias), s1), 2);  // I[15..17]
-            const __m128i first = hpass<DX, DY>(lo, _mm_alignr_epi8(hi, lo, 2), _mm_alignr_epi8(hi, lo, 4),
-                                                _mm_alignr_epi8(hi, lo, 6), hbias);
-            const __m128i second = hpass<DX, DY>(hi, _mm_alignr_epi8(e, hi, 2), _mm_alignr_epi8(e, hi, 4),
-                                                 _mm_alignr_epi8(e, hi, 6), hbias);
-            out = _mm_packus_epi16(first, second);
-            q0b = q1b;
-            q1b = p2b;
-        } else {
-            const __m128i e = _mm_srli_si128(hi, 10);  // I[7..9]
-            out = _mm_packus_epi16(hpass<DX, DY>(lo, _mm_alignr_epi8(e, lo, 2), _mm_alignr_epi8(e, lo, 4), hi, hbias),
-                                   _mm_setzero_si128());
+            sB = loadB(p2);
+            rB = loadB(p3);
+            const __m128i nb = quad(tB, sB, rB);
+            const __m128i e = sum(pb, nb);  // I[14..17] of rows y and y + 1
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(m + 15), e);
+            _mm_storeh_pi(reinterpret_cast<__m64*>(m + kMid + 15), _mm_castsi128_ps(e));
+            pb = nb;
+            tB = rB;
         }
-        simd::store<W>(row(dst, ds, y), out);
-        q0lo = q1lo;
-        q0hi = q1hi;
-        q1lo = p2lo;
-        q1hi = p2hi;
+        p0 = n0;
+        p1 = n1;
+        tA = rA;
+    }
+    const __m128i hbias = _mm_set1_epi16(static_cast<short>(64 - rnd - kLower));
+    auto get = [](const int16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
+    for (int y = 0; y < H; ++y) {
+        const int16_t* m = mid + y * kMid;
+        const __m128i first = hpass<DX, DY>(get(m), get(m + 1), get(m + 2), get(m + 3), hbias);
+        if constexpr (W == 16) {
+            const __m128i second = hpass<DX, DY>(get(m + 8), get(m + 9), get(m + 10), get(m + 11), hbias);
+            simd::store<16>(row(dst, ds, y), toSamples(first, second));
+        } else {
+            simd::store<8>(row(dst, ds, y), toSamples(first, first));
+        }
     }
 }
 

@@ -4,14 +4,12 @@
 //
 // An 8-wide block holds one row per register, a 4-wide block two rows. The
 // inverse kernels scale with pmullw (16-bit wrap-around) and add the
-// non-uniform half step with psignw; the non-zero extent comes from one
-// packsswb/pcmpeqb/pmovmskb per two registers: a mask with bit W * y + x set
-// for every non-zero result, whose highest bit gives the height and whose
-// rows ORed together give the columns. The forward kernels divide with the
-// reciprocal rows of quant_tables.h: psraw for powers of two, pmulhw (plus
-// paddsw of the value for 17-bit reciprocals) and psraw otherwise. Every
-// kernel is chosen once per call from a table indexed by size (and, for the
-// forward direction, by quant).
+// non-uniform half step with psignw; the non-zero extent comes from
+// pcmpeq/pmovmskb masks of packsswb results (see extentOf), with no branch
+// on the values. They are expanded into their wrappers. The forward kernels divide with the reciprocal rows
+// of quant_tables.h: psraw for powers of two, pmulhw (plus paddsw of the
+// value for 17-bit reciprocals) and psraw otherwise. Every forward kernel is
+// chosen once per call from a table indexed by size and quant.
 #include <smmintrin.h>
 
 #include <array>
@@ -25,6 +23,9 @@ namespace {
 
 using namespace mox;
 using mox::vc1::kQuantReciprocal;
+
+// The inverse kernels are small: each is expanded into its exported wrapper.
+#define MOX_VC1_QUANT_INLINE inline __attribute__((always_inline))
 
 // ---------------------------------------------------------------- block access
 // Register i of a W x H block: row i (W = 8) or rows 2i and 2i + 1 (W = 4).
@@ -50,31 +51,45 @@ inline void storeReg(Mox16s* p, int step, int i, __m128i v) {
 }
 
 // ---------------------------------------------------------------- inverse
-// Bit W * y + x of the result is set when coefficient (x, y) is non-zero.
-template <int N>
-inline uint64_t nonZeroMask(const __m128i (&r)[N]) {
-    const __m128i zero = _mm_setzero_si128();
-    uint64_t m = 0;
-#pragma GCC unroll 4
-    for (int i = 0; i < N; i += 2) {
-        // packsswb keeps a value non-zero exactly when it was non-zero.
-        __m128i z = _mm_cmpeq_epi8(_mm_packs_epi16(r[i], r[i + 1]), zero);
-        m |= static_cast<uint64_t>(~_mm_movemask_epi8(z) & 0xFFFF) << (8 * i);
-    }
-    return m;
-}
+// 1 + the index of the highest set bit of m, 0 when m is 0.
+inline int bitExtent(uint64_t m) { return 63 - __builtin_clzll(2 * m + 1); }
 
-template <int W, int H>
-inline MoxiSize extentOf(uint64_t m) {
-    if (m == 0) return {0, 0};
-    int height = (63 - __builtin_clzll(m)) / W + 1;
-    for (int span = W * H / 2; span >= W; span /= 2) m |= m >> span;
-    uint32_t cols = static_cast<uint32_t>(m) & ((1u << W) - 1);
-    return {32 - __builtin_clz(cols), height};
+// Non-zero extent of the N registers of a W x H block, with no branch on the
+// values (packsswb keeps a word non-zero exactly when it was non-zero, also
+// a word read over two bytes). Up to 32 coefficients: one mask with bit
+// W * y + x for coefficient (x, y), its rows folded together for the
+// columns. 8x8: the columns from the OR of all registers, the rows from a
+// packsswb tree down to two bytes per row.
+template <int W, int H, int N>
+MOX_VC1_QUANT_INLINE MoxiSize extentOf(const __m128i (&r)[N], bool intra) {
+    const __m128i zero = _mm_setzero_si128();
+    auto nonZero = [&zero](__m128i bytes) {
+        return static_cast<uint32_t>(~_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, zero))) & 0xFFFFu;
+    };
+    if constexpr (N <= 4) {
+        uint64_t m = nonZero(_mm_packs_epi16(r[0], r[1]));
+        if constexpr (N == 4) m |= static_cast<uint64_t>(nonZero(_mm_packs_epi16(r[2], r[3]))) << 16;
+        uint64_t cols = m;
+        for (int span = W * H / 2; span >= W; span /= 2) cols |= cols >> span;
+        if (intra) m |= 1;  // row 0 always counts
+        return {bitExtent(cols & ((1u << W) - 1)), (bitExtent(m) + W - 1) / W};
+    } else {
+        __m128i any = r[0];
+#pragma GCC unroll 8
+        for (int i = 1; i < N; ++i) any = _mm_or_si128(any, r[i]);
+        const __m128i a = _mm_packs_epi16(_mm_packs_epi16(r[0], r[1]), _mm_packs_epi16(r[2], r[3]));
+        const __m128i b = _mm_packs_epi16(_mm_packs_epi16(r[4], r[5]), _mm_packs_epi16(r[6], r[7]));
+        // Two bits per column and two bytes (two bits) per row.
+        const uint32_t cols = static_cast<uint32_t>(~_mm_movemask_epi8(_mm_cmpeq_epi16(any, zero))) & 0xFFFFu;
+        uint32_t rows = nonZero(_mm_packs_epi16(a, b));
+        if (intra) rows |= 1;
+        return {(bitExtent(cols) + 1) / 2, (bitExtent(rows) + 1) / 2};
+    }
 }
 
 template <int W, int H, bool Intra, bool Nonuniform>
-void quantInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant, MoxiSize* pDstSizeNZ) {
+MOX_VC1_QUANT_INLINE void quantInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
+                                   MoxiSize* pDstSizeNZ) {
     constexpr int N = W * H / 8;  // registers
     const __m128i q = _mm_set1_epi16(static_cast<int16_t>(quant));
     const __m128i half = _mm_set1_epi16(static_cast<int16_t>(quant >> 1));
@@ -89,34 +104,32 @@ void quantInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int qu
         r[i] = v;
     }
     // The extent judges the scaled DC; the stored DC is the source's.
-    MoxiSize nz = extentOf<W, H>(nonZeroMask(r));
-    if constexpr (Intra) {
-        r[0] = _mm_blend_epi16(r[0], dc, 1);
-        if (nz.height == 0) nz.height = 1;
-    }
+    const MoxiSize nz = extentOf<W, H>(r, Intra);
+    if constexpr (Intra) r[0] = _mm_blend_epi16(r[0], dc, 1);
 #pragma GCC unroll 8
     for (int i = 0; i < N; ++i) storeReg<W>(pDst, dstStep, i, r[i]);
     *pDstSizeNZ = nz;
 }
 
-using InvKernel = void (*)(const Mox16s*, int, Mox16s*, int, int, MoxiSize*);
-
-// Index of a 4- or 8-wide, 4- or 8-high block: 0 4x4, 1 8x4, 2 4x8, 3 8x8.
-constexpr int sizeIndex(int width, int height) { return (width >> 3) | (height >> 3) << 1; }
 constexpr bool validSide(int n) { return n == 4 || n == 8; }
-
-template <bool Nonuniform>
-constexpr std::array<InvKernel, 4> kInterInv = {
-    quantInv<4, 4, false, Nonuniform>, quantInv<8, 4, false, Nonuniform>,
-    quantInv<4, 8, false, Nonuniform>, quantInv<8, 8, false, Nonuniform>};
 
 // The size checks after the pointer checks, then the kernel.
 template <bool Nonuniform>
-MoxStatus runInterInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant, MoxiSize roi,
-                      MoxiSize* pDstSizeNZ) {
+MOX_VC1_QUANT_INLINE MoxStatus runInterInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
+                                           MoxiSize roi, MoxiSize* pDstSizeNZ) {
     MOX_CHECK(validSide(roi.height), moxStsSizeErr);
     MOX_CHECK(validSide(roi.width), moxStsSizeErr);
-    kInterInv<Nonuniform>[sizeIndex(roi.width, roi.height)](pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+    if (roi.width == 8) {
+        if (roi.height == 8)
+            quantInv<8, 8, false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+        else
+            quantInv<8, 4, false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+    } else {
+        if (roi.height == 8)
+            quantInv<4, 8, false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+        else
+            quantInv<4, 4, false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+    }
     return moxStsNoErr;
 }
 
@@ -154,6 +167,9 @@ void quantFwd(Mox16s* p, int step, int quant) {
 }
 
 using FwdKernel = void (*)(Mox16s*, int, int);
+
+// Index of a 4- or 8-wide, 4- or 8-high block: 0 4x4, 1 8x4, 2 4x8, 3 8x8.
+constexpr int sizeIndex(int width, int height) { return (width >> 3) | (height >> 3) << 1; }
 
 // One row per size (the sizeIndex order), one column per reciprocal kind.
 template <bool Intra, bool Nonuniform>

@@ -35,4 +35,17 @@ inline __attribute__((always_inline)) __m128i mullo(__m128i v) {
     return _mm_mullo_epi16(v, k);
 }
 
+// The same with the constant read from memory, so that it stays one pmullw
+// with a memory operand instead of a register load per use.
+template <int C>
+struct Splat16 {
+    alignas(16) static constexpr short v[8] = {C, C, C, C, C, C, C, C};
+};
+template <int C>
+inline __attribute__((always_inline)) __m128i mulm(__m128i v) {
+    const short* p = Splat16<C>::v;
+    __asm__("" : "+r"(p));
+    return _mm_mullo_epi16(v, _mm_load_si128(reinterpret_cast<const __m128i*>(p)));
+}
+
 }  // namespace mox::vc1

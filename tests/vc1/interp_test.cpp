@@ -21,10 +21,16 @@ using mox::ref::vc1::Filter;
 
 // Random samples, samples at the two ends only, or a pattern that is 255
 // where a column class meets a row class (period 4 in both directions, random
-// classes): the last drives the two-dimensional sums to their extremes.
+// classes, half the time those of the bicubic tap signs - + + -): the last
+// drives the two-dimensional sums to their extremes, both ends of the range
+// at some output of every block of at least 4 x 4.
 void fillSamples(Rng& r, Mox8u* p, size_t n, int rowBytes, int mode) {
     int colClass[4], rowClass[4];
-    for (int i = 0; i < 4; ++i) colClass[i] = r.uniform(0, 1), rowClass[i] = r.uniform(0, 1);
+    const bool taps = r.coin();
+    for (int i = 0; i < 4; ++i) {
+        colClass[i] = taps ? (i == 1 || i == 2) : r.uniform(0, 1);
+        rowClass[i] = taps ? (i == 1 || i == 2) : r.uniform(0, 1);
+    }
     const int phase = r.uniform(0, 3);
     for (size_t i = 0; i < n; ++i) {
         const int x = static_cast<int>(i % rowBytes), y = static_cast<int>(i / rowBytes);
