@@ -1,7 +1,9 @@
 // H.264 deblocking filter benchmarks. Every form runs on a smooth macroblock
 // with every line filtered ("normal": strengths 2, "strong": strengths 4) and
 // with no line filtered, once through the strength-0 exit ("bs0") and once
-// through the per-line alpha test ("alpha": every |p0 - q0| >= alpha).
+// through the per-line alpha test ("alpha": every |p0 - q0| >= alpha); and
+// the usual intra-macroblock mix ("mixed": strength 4 on the macroblock edge,
+// 3, 2, 1 and 0 inside).
 #include <string>
 #include <vector>
 
@@ -10,7 +12,7 @@
 
 namespace {
 
-enum class Load { Normal, Strong, Bs0, Alpha };
+enum class Load { Normal, Strong, Bs0, Alpha, Mixed };
 
 template <class T>
 struct Setup {
@@ -39,6 +41,10 @@ Setup<T> makeSetup(Load load, int shift) {
     }
     for (auto& t : s.tc0) t = static_cast<T>(4 << shift);
     for (auto& b : s.bs) b = load == Load::Strong ? 4 : (load == Load::Bs0 ? 0 : 2);
+    if (load == Load::Mixed) {
+        static const Mox8u kMixed[16] = {4, 4, 4, 4, 3, 3, 2, 2, 1, 1, 0, 0, 2, 3, 3, 2};
+        for (int i = 0; i < 16; ++i) s.bs[i] = kMixed[i];
+    }
     return s;
 }
 
@@ -69,9 +75,10 @@ void runRecord16(benchmark::State& st, Rec16 f, Load load) {
 template <class F, class R>
 void registerAll(const char* name, R run, F f, bool strong = true) {
     const std::pair<const char*, Load> loads[] = {
-        {"normal", Load::Normal}, {"strong", Load::Strong}, {"bs0", Load::Bs0}, {"alpha", Load::Alpha}};
+        {"normal", Load::Normal}, {"strong", Load::Strong}, {"bs0", Load::Bs0}, {"alpha", Load::Alpha},
+        {"mixed", Load::Mixed}};
     for (const auto& [suffix, load] : loads) {
-        if (!strong && load == Load::Strong) continue;
+        if (!strong && (load == Load::Strong || load == Load::Mixed)) continue;
         const std::string full = std::string("Deblock") + name + "/" + suffix;
         benchmark::RegisterBenchmark(full.c_str(), [run, f, load = load](benchmark::State& st) { run(st, f, load); });
     }

@@ -25,6 +25,13 @@ void BM_UniDir(benchmark::State& st) {
     mox::bench::measure(st, [&] { moxiUniDirWeightBlock_H264_8u_C1R(p.d.data(), kStep, 5, 40, -3, {W, H}); });
 }
 
+// An offset beyond the square blocks' single-prediction kernel (offsets -64..63 with a denominator).
+template <int W, int H>
+void BM_UniDirWideOffset(benchmark::State& st) {
+    Planes8u p;
+    mox::bench::measure(st, [&] { moxiUniDirWeightBlock_H264_8u_C1R(p.d.data(), kStep, 5, 40, 100, {W, H}); });
+}
+
 template <int W, int H>
 void BM_BiDirP2(benchmark::State& st) {
     Planes8u p;
@@ -86,6 +93,7 @@ void BM_16u(benchmark::State& st) {
     BENCHMARK_TEMPLATE(fn, 4, 4)->Name(name "_4x4");
 
 MOX_WEIGHT_BENCH(BM_UniDir, "H264UniDirWeight_8u")
+MOX_WEIGHT_BENCH(BM_UniDirWideOffset, "H264UniDirWeightWideOffset_8u")
 MOX_WEIGHT_BENCH(BM_BiDirP2, "H264BiDirWeightP2_8u")
 MOX_WEIGHT_BENCH(BM_BiDirP3, "H264BiDirWeightP3_8u")
 MOX_WEIGHT_BENCH(BM_ImplicitP2, "H264BiDirImplicitP2_8u")

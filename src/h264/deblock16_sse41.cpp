@@ -64,8 +64,9 @@ MOX_INLINE void applyDelta(__m128i p1, __m128i& p0, __m128i& q0, __m128i q1, __m
     q0 = _mm_blendv_epi8(_mm_min_epu16(_mm_subs_epu16(_mm_adds_epu16(q0, down), up), maxv), q0, keep);
 }
 
-
-// Luma filter of 8 lines over v = p3 p2 p1 p0 q0 q1 q2 q3; false when no line changed.
+// Luma filter of 8 lines over v = p3 p2 p1 p0 q0 q1 q2 q3; false when no line
+// changed. Without kStrong no line may have strength 4 (fewer live registers).
+template <bool kStrong>
 MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
     const __m128i p2 = v[1], p1 = v[2], p0 = v[3], q0 = v[4], q1 = v[5], q2 = v[6];
     const __m128i filt = lineMask(p1, p0, q0, q1, L);
@@ -84,12 +85,11 @@ MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
         v[2] = _mm_blendv_epi8(p1, np1, _mm_and_si128(normal, ap));
         v[5] = _mm_blendv_epi8(q1, nq1, _mm_and_si128(normal, aq));
     }
-    if (_mm_movemask_epi8(strong)) {
+    if (kStrong && _mm_movemask_epi8(strong)) {
         const __m128i small = atMost(absDiff(p0, q0), L.sm1);
         const __m128i sp = _mm_and_si128(strong, _mm_and_si128(ap, small));
         const __m128i sq = _mm_and_si128(strong, _mm_and_si128(aq, small));
-        const __m128i wp0 = _mm_avg_epu16(p1, avgDown(p0, q1)), wq0 = _mm_avg_epu16(q1, avgDown(q0, p1));
-        strongLuma<Wide32>(v, sp, sq, strong, wp0, wq0);
+        strongLuma<Words>(v, sp, sq, strong);
     }
     return true;
 }
@@ -176,6 +176,12 @@ MOX_INLINE void transpose8x8(__m128i r[8]) {
     }
 }
 
+// Some strength byte of the four is 4.
+MOX_INLINE bool hasStrong(uint32_t b4) {
+    const uint32_t y = b4 ^ 0x04040404u;
+    return ((y - 0x01010101u) & ~y & 0x80808080u) != 0;
+}
+
 using Rec = MoxiFilterDeblock_16u;
 
 // Row y of the record's plane (its step counts samples).
@@ -184,6 +190,20 @@ MOX_INLINE Mox16u* rowOf(const Rec* d, Mox16u* p, int y) {
 }
 
 // ---------------------------------------------------------------- luma
+
+// One luma edge in two halves of 8 lines; kStrong when some line has strength 4.
+template <bool kStrong>
+MOX_INLINE void lumaHorEdge(const Rec* d, Mox16u* q, const Lanes L[2]) {
+    #pragma GCC unroll 16
+    for (int h = 0; h < 2; ++h) {
+        __m128i v[8];
+        #pragma GCC unroll 16
+        for (int k = 0; k < 8; ++k) v[k] = simd::load<16>(rowOf(d, q, k - 4) + 8 * h);
+        if (!lumaFilter<kStrong>(v, L[h])) continue;
+        #pragma GCC unroll 16
+        for (int k = 1; k < 7; ++k) simd::store<16>(rowOf(d, q, k - 4) + 8 * h, v[k]);
+    }
+}
 
 void lumaHor(const Rec* d) {
     const __m128i maxv = maxOf(d->bitDepth);
@@ -194,16 +214,12 @@ void lumaHor(const Rec* d) {
         if (l.off) continue;
         const Lanes L[2] = {lanesOf<Spread::Half0>(bs, d->pThresholds + 4 * e, l, maxv),
                             lanesOf<Spread::Half1>(bs, d->pThresholds + 4 * e, l, maxv)};
+        const bool strong = hasStrong(load32(bs));
         Mox16u* q = rowOf(d, d->pSrcDstPlane, 4 * e);
-        #pragma GCC unroll 16
-        for (int h = 0; h < 2; ++h) {
-            __m128i v[8];
-            #pragma GCC unroll 16
-            for (int k = 0; k < 8; ++k) v[k] = simd::load<16>(rowOf(d, q, k - 4) + 8 * h);
-            if (!lumaFilter(v, L[h])) continue;
-            #pragma GCC unroll 16
-            for (int k = 1; k < 7; ++k) simd::store<16>(rowOf(d, q, k - 4) + 8 * h, v[k]);
-        }
+        if (strong)
+            lumaHorEdge<true>(d, q, L);
+        else
+            lumaHorEdge<false>(d, q, L);
     }
 }
 
@@ -216,6 +232,7 @@ void lumaVer(const Rec* d) {
         if (l.off) continue;
         const Lanes L[2] = {lanesOf<Spread::Half0>(bs, d->pThresholds + 4 * e, l, maxv),
                             lanesOf<Spread::Half1>(bs, d->pThresholds + 4 * e, l, maxv)};
+        const bool strong = hasStrong(load32(bs));
         #pragma GCC unroll 16
         for (int h = 0; h < 2; ++h) {
             Mox16u* q = rowOf(d, d->pSrcDstPlane, 8 * h) + 4 * e - 4;
@@ -223,7 +240,7 @@ void lumaVer(const Rec* d) {
             #pragma GCC unroll 16
             for (int y = 0; y < 8; ++y) v[y] = simd::load<16>(rowOf(d, q, y));
             transpose8x8(v);
-            if (!lumaFilter(v, L[h])) continue;
+            if (!(strong ? lumaFilter<true>(v, L[h]) : lumaFilter<false>(v, L[h]))) continue;
             transpose8x8(v);
             #pragma GCC unroll 16
             for (int y = 0; y < 8; ++y) simd::store<16>(rowOf(d, q, y), v[y]);
@@ -240,7 +257,7 @@ void lumaVerMbaff(const Rec* d) {
     #pragma GCC unroll 16
     for (int y = 0; y < 8; ++y) v[y] = simd::load<16>(rowOf(d, q, y));
     transpose8x8(v);
-    if (!lumaFilter(v, L)) return;
+    if (!lumaFilter<true>(v, L)) return;
     transpose8x8(v);
     #pragma GCC unroll 16
     for (int y = 0; y < 8; ++y) simd::store<16>(rowOf(d, q, y), v[y]);

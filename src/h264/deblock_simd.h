@@ -1,5 +1,6 @@
 // Shared pieces of the deblocking kernels: edge thresholds in the "at most"
-// form used by the SIMD line tests.
+// form used by the SIMD line tests, and the bS 4 luma filter for 8- and
+// 16-bit samples.
 #pragma once
 
 #include <algorithm>
@@ -31,58 +32,72 @@ inline Limits limits(uint32_t alpha, uint32_t beta, uint32_t maxSample = 255) {
 
 namespace mox::deblock {
 
-// Lanes widened to twice the sample width for the bS 4 luma sums: 8-bit
-// samples in 16-bit lanes, 16-bit samples in 32-bit lanes.
-struct Wide16 {
-    static __m128i lo(__m128i v) { return _mm_cvtepu8_epi16(v); }
-    static __m128i hi(__m128i v) { return _mm_unpackhi_epi8(v, _mm_setzero_si128()); }
-    static __m128i add(__m128i a, __m128i b) { return _mm_add_epi16(a, b); }
-    static __m128i set(int k) { return _mm_set1_epi16(static_cast<short>(k)); }
-    template <int N> static __m128i shl(__m128i v) { return _mm_slli_epi16(v, N); }
-    template <int N> static __m128i shr(__m128i v) { return _mm_srli_epi16(v, N); }
-    static __m128i pack(__m128i a, __m128i b) { return _mm_packus_epi16(a, b); }
+// Lane arithmetic of one sample width: 8-bit samples in 16 byte lanes or
+// 16-bit samples in 8 word lanes. avg is the rounding-up average (pavgb,
+// pavgw), exact at either width.
+struct Bytes {
+    static __m128i avg(__m128i a, __m128i b) { return _mm_avg_epu8(a, b); }
+    static __m128i add(__m128i a, __m128i b) { return _mm_add_epi8(a, b); }
+    static __m128i sub(__m128i a, __m128i b) { return _mm_sub_epi8(a, b); }
+    static __m128i set(int k) { return _mm_set1_epi8(static_cast<char>(k)); }
+    // floor((a + b) / 2).
+    static __m128i avgDown(__m128i a, __m128i b) { return sub(avg(a, b), _mm_and_si128(_mm_xor_si128(a, b), set(1))); }
 };
-struct Wide32 {
-    static __m128i lo(__m128i v) { return _mm_cvtepu16_epi32(v); }
-    static __m128i hi(__m128i v) { return _mm_unpackhi_epi16(v, _mm_setzero_si128()); }
-    static __m128i add(__m128i a, __m128i b) { return _mm_add_epi32(a, b); }
-    static __m128i set(int k) { return _mm_set1_epi32(k); }
-    template <int N> static __m128i shl(__m128i v) { return _mm_slli_epi32(v, N); }
-    template <int N> static __m128i shr(__m128i v) { return _mm_srli_epi32(v, N); }
-    static __m128i pack(__m128i a, __m128i b) { return _mm_packus_epi32(a, b); }
+struct Words {
+    static __m128i avg(__m128i a, __m128i b) { return _mm_avg_epu16(a, b); }
+    static __m128i add(__m128i a, __m128i b) { return _mm_add_epi16(a, b); }
+    static __m128i sub(__m128i a, __m128i b) { return _mm_sub_epi16(a, b); }
+    static __m128i set(int k) { return _mm_set1_epi16(static_cast<short>(k)); }
+    static __m128i avgDown(__m128i a, __m128i b) { return sub(avg(a, b), _mm_and_si128(_mm_xor_si128(a, b), set(1))); }
 };
 
-// The bS 4 luma filter of H.264 clause 8.7.2.4 on the lines v[0..7] = p3..q3:
-// sp / sq select the lines whose p / q side takes the strong outputs, strong
-// the lines filtered with bS 4 at all (the others of those take wp0 / wq0,
-// the weak p0' / q0').
-template <class W>
-inline __attribute__((always_inline)) void strongLuma(__m128i* v, __m128i sp, __m128i sq, __m128i strong,
-                                                        __m128i wp0, __m128i wq0) {
-    __m128i out[6][2];
-#pragma GCC unroll 16
-    for (int h = 0; h < 2; ++h) {
-        auto w = [h](__m128i x) { return h ? W::hi(x) : W::lo(x); };
-        const __m128i P3 = w(v[0]), P2 = w(v[1]), P1 = w(v[2]), P0 = w(v[3]), Q0 = w(v[4]), Q1 = w(v[5]),
-                      Q2 = w(v[6]), Q3 = w(v[7]);
-        const __m128i two = W::set(2), four = W::set(4);
-        const __m128i sP = W::add(W::add(P1, P0), Q0), sQ = W::add(W::add(Q1, Q0), P0);
-        const __m128i tP = W::add(P2, sP), tQ = W::add(Q2, sQ);
-        out[0][h] = W::template shr<3>(W::add(W::add(W::template shl<1>(W::add(P3, P2)), tP), four));
-        out[1][h] = W::template shr<2>(W::add(tP, two));
-        out[2][h] = W::template shr<3>(W::add(W::add(tP, sP), W::add(Q1, four)));
-        out[3][h] = W::template shr<3>(W::add(W::add(tQ, sQ), W::add(P1, four)));
-        out[4][h] = W::template shr<2>(W::add(tQ, two));
-        out[5][h] = W::template shr<3>(W::add(W::add(W::template shl<1>(W::add(Q3, Q2)), tQ), four));
-    }
-    auto pk = [&out](int k) { return W::pack(out[k][0], out[k][1]); };
-    const __m128i s2 = pk(2), s3 = pk(3);
-    v[1] = _mm_blendv_epi8(v[1], pk(0), sp);
-    v[2] = _mm_blendv_epi8(v[2], pk(1), sp);
-    v[3] = _mm_blendv_epi8(v[3], _mm_blendv_epi8(wp0, s2, sp), strong);
-    v[4] = _mm_blendv_epi8(v[4], _mm_blendv_epi8(wq0, s3, sq), strong);
-    v[5] = _mm_blendv_epi8(v[5], pk(4), sq);
-    v[6] = _mm_blendv_epi8(v[6], pk(5), sq);
+// (S + c) >> N from an estimate e that is that value or one more, and
+// s = S + c modulo the lane width: bit 0 of the result is bit N of s (N <= 7),
+// so e drops by one where its bit 0 disagrees.
+template <class O, int N>
+inline __attribute__((always_inline)) __m128i settle(__m128i e, __m128i s) {
+    return O::sub(e, _mm_and_si128(_mm_xor_si128(e, _mm_srli_epi16(s, N)), O::set(1)));
+}
+
+// The three bS 4 luma outputs of one side of an edge (H.264 clause 8.7.2.4),
+// with x3..x1 that side's samples p3..p1 (or q3..q1) and the terms shared by
+// both sides: a0 = avg(p0, q0), s0 = p0 + q0, g = avg(avg(p1, q1), a0) and
+// s2 = p1 + q1 + p0 + q0 (sums modulo the lane width). Each output is
+// estimated with averages that round up at most once too far and then
+// settled with the low bits of its exact sum (x0, y0, y1 = p0, q0, q1 on the
+// p side):
+//   x1' = (x2 + x1 + x0 + y0 + 2) >> 2          ~ avg(avg(x2, x1), a0)
+//   x0' = (x2 + 2x1 + 2x0 + 2y0 + y1 + 4) >> 3  ~ avg(x1', g)
+//   x2' = (2x3 + 3x2 + x1 + x0 + y0 + 4) >> 3   ~ avg(avg(x3, x2), x1')
+template <class O>
+inline __attribute__((always_inline)) void strongSide(__m128i x3, __m128i x2, __m128i x1, __m128i a0, __m128i s0,
+                                                       __m128i g, __m128i s2, __m128i& o2, __m128i& o1, __m128i& o0) {
+    const __m128i s1 = O::add(O::add(x2, x1), s0);
+    o1 = settle<O, 2>(O::avg(O::avg(x2, x1), a0), O::add(s1, O::set(2)));
+    o0 = settle<O, 3>(O::avg(o1, g), O::add(O::add(s1, s2), O::set(4)));
+    const __m128i x32 = O::add(x3, x2);
+    o2 = settle<O, 3>(O::avg(O::avg(x3, x2), o1), O::add(O::add(O::add(x32, x32), s1), O::set(4)));
+}
+
+// The bS 4 luma filter on the lines v[0..7] = p3..q3 (unchanged in the
+// strong lanes): sp / sq select the lines whose p / q side takes the strong
+// outputs, strong the lines filtered with bS 4 at all (the others of those
+// take the weak p0' = (2 p1 + p0 + q1 + 2) >> 2 = avg(p1, floor((p0 + q1) / 2)),
+// and q0' alike). p and q sides run one after the other.
+template <class O>
+inline __attribute__((always_inline)) void strongLuma(__m128i* v, __m128i sp, __m128i sq, __m128i strong) {
+    const __m128i p1 = v[2], p0 = v[3], q0 = v[4], q1 = v[5];
+    const __m128i a0 = O::avg(p0, q0), s0 = O::add(p0, q0);
+    const __m128i g = O::avg(O::avg(p1, q1), a0), s2 = O::add(O::add(p1, q1), s0);
+    __m128i o2, o1, o0;
+    strongSide<O>(v[0], v[1], p1, a0, s0, g, s2, o2, o1, o0);
+    v[1] = _mm_blendv_epi8(v[1], o2, sp);
+    v[2] = _mm_blendv_epi8(p1, o1, sp);
+    v[3] = _mm_blendv_epi8(p0, _mm_blendv_epi8(O::avg(p1, O::avgDown(p0, q1)), o0, sp), strong);
+    strongSide<O>(v[7], v[6], q1, a0, s0, g, s2, o2, o1, o0);
+    v[6] = _mm_blendv_epi8(v[6], o2, sq);
+    v[5] = _mm_blendv_epi8(q1, o1, sq);
+    v[4] = _mm_blendv_epi8(q0, _mm_blendv_epi8(O::avg(q1, O::avgDown(q0, p1)), o0, sq), strong);
 }
 
 }  // namespace mox::deblock

@@ -76,8 +76,8 @@ MOX_INLINE Lanes lanes(__m128i bsv, __m128i tc0, const Limits& l0, const Limits&
 
 
 // The normal-filter change of p0 and q0, ((q0 - p0) * 4 + (p1 - q1) + 4) >> 3
-// limited to +-tc, split into its positive and negative parts (zero outside
-// `mask`) and applied with saturation. The sums 4 q0 + p1 and 4 p0 + q1 come
+// limited to +-tc (tc 0 outside `mask`), split into its positive and negative
+// parts and applied with saturation. The sums 4 q0 + p1 and 4 p0 + q1 come
 // from pmaddubsw on interleaved samples.
 MOX_INLINE void applyDelta(__m128i p1, __m128i& p0, __m128i& q0, __m128i q1, __m128i tc, __m128i mask) {
     const __m128i w = _mm_set1_epi16(0x0104);  // bytes 4, 1
@@ -87,11 +87,17 @@ MOX_INLINE void applyDelta(__m128i p1, __m128i& p0, __m128i& q0, __m128i q1, __m
     const __m128i dl = _mm_srai_epi16(_mm_add_epi16(_mm_sub_epi16(_mm_maddubs_epi16(a, w), _mm_maddubs_epi16(b, w)), four), 3);
     const __m128i dh = _mm_srai_epi16(_mm_add_epi16(_mm_sub_epi16(_mm_maddubs_epi16(c, w), _mm_maddubs_epi16(d, w)), four), 3);
     const __m128i zero = _mm_setzero_si128();
-    const __m128i up = _mm_and_si128(_mm_min_epu8(_mm_packus_epi16(dl, dh), tc), mask);
-    const __m128i down =
-        _mm_and_si128(_mm_min_epu8(_mm_packus_epi16(_mm_sub_epi16(zero, dl), _mm_sub_epi16(zero, dh)), tc), mask);
+    tc = _mm_and_si128(tc, mask);
+    const __m128i up = _mm_min_epu8(_mm_packus_epi16(dl, dh), tc);
+    const __m128i down = _mm_min_epu8(_mm_packus_epi16(_mm_sub_epi16(zero, dl), _mm_sub_epi16(zero, dh)), tc);
     p0 = _mm_subs_epu8(_mm_adds_epu8(p0, up), down);
     q0 = _mm_subs_epu8(_mm_adds_epu8(q0, down), up);
+}
+
+// p1 + clip(+-tc0, (p2 + avg(p0, q0) - 2 p1) >> 1), which is floor((p2 + avg) / 2)
+// clamped to p1 +- tc0; tc0 is 0 in the lanes that keep p1.
+MOX_INLINE __m128i sideP1(__m128i p2, __m128i p1, __m128i avg, __m128i tc0) {
+    return _mm_min_epu8(_mm_max_epu8(avgDown(p2, avg), _mm_subs_epu8(p1, tc0)), _mm_adds_epu8(p1, tc0));
 }
 
 // The line filter mask: active lanes with |p0-q0| < alpha, |p1-p0| < beta, |q1-q0| < beta
@@ -115,23 +121,28 @@ MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
         // first, which no |delta| (at most 159) can tell from a larger tc.
         const __m128i tc = _mm_sub_epi8(_mm_sub_epi8(_mm_min_epu8(L.tc0, _mm_set1_epi8(-3)), ap), aq);
         applyDelta(p1, v[3], v[4], q1, tc, normal);
-        // p1 + clip(+-tc0, (p2 + avg(p0, q0) - 2 p1) >> 1) is floor((p2 + avg) / 2) clamped to p1 +- tc0.
         const __m128i avg = _mm_avg_epu8(p0, q0);
-        const __m128i np1 =
-            _mm_min_epu8(_mm_max_epu8(avgDown(p2, avg), _mm_subs_epu8(p1, L.tc0)), _mm_adds_epu8(p1, L.tc0));
-        const __m128i nq1 =
-            _mm_min_epu8(_mm_max_epu8(avgDown(q2, avg), _mm_subs_epu8(q1, L.tc0)), _mm_adds_epu8(q1, L.tc0));
-        v[2] = _mm_blendv_epi8(p1, np1, _mm_and_si128(normal, ap));
-        v[5] = _mm_blendv_epi8(q1, nq1, _mm_and_si128(normal, aq));
+        v[2] = sideP1(p2, p1, avg, _mm_and_si128(L.tc0, _mm_and_si128(normal, ap)));
+        v[5] = sideP1(q2, q1, avg, _mm_and_si128(L.tc0, _mm_and_si128(normal, aq)));
     }
     if (_mm_movemask_epi8(strong)) {
         const __m128i small = atMost(absDiff(p0, q0), L.sm1);
         const __m128i sp = _mm_and_si128(strong, _mm_and_si128(ap, small));
         const __m128i sq = _mm_and_si128(strong, _mm_and_si128(aq, small));
-        // (2a + b + c + 2) >> 2 == avg(a, floor((b + c) / 2)).
-        const __m128i wp0 = _mm_avg_epu8(p1, avgDown(p0, q1)), wq0 = _mm_avg_epu8(q1, avgDown(q0, p1));
-        strongLuma<Wide16>(v, sp, sq, strong, wp0, wq0);
+        strongLuma<Bytes>(v, sp, sq, strong);
     }
+    return true;
+}
+
+// Luma filter of lines that all have strength 4 (or 0) over v = p3..q3;
+// false when no line changed.
+MOX_INLINE bool lumaStrong(__m128i v[8], const Lanes& L) {
+    const __m128i filt = lineMask(v[2], v[3], v[4], v[5], L);
+    if (_mm_movemask_epi8(filt) == 0) return false;
+    const __m128i small = _mm_and_si128(atMost(absDiff(v[3], v[4]), L.sm1), filt);
+    const __m128i sp = _mm_and_si128(atMost(absDiff(v[1], v[3]), L.bm1), small);
+    const __m128i sq = _mm_and_si128(atMost(absDiff(v[6], v[4]), L.bm1), small);
+    strongLuma<Bytes>(v, sp, sq, filt);
     return true;
 }
 
@@ -146,11 +157,11 @@ MOX_INLINE bool lumaNormal(__m128i p2, __m128i& p1, __m128i& p0, __m128i& q0, __
     const __m128i aq = _mm_and_si128(atMost(absDiff(q2, q0), L.bm1), filt);
     const __m128i tc = _mm_sub_epi8(_mm_sub_epi8(_mm_min_epu8(L.tc0, _mm_set1_epi8(-3)), ap), aq);
     const __m128i avg = _mm_avg_epu8(p0, q0);
-    const __m128i np1 = _mm_min_epu8(_mm_max_epu8(avgDown(p2, avg), _mm_subs_epu8(p1, L.tc0)), _mm_adds_epu8(p1, L.tc0));
-    const __m128i nq1 = _mm_min_epu8(_mm_max_epu8(avgDown(q2, avg), _mm_subs_epu8(q1, L.tc0)), _mm_adds_epu8(q1, L.tc0));
+    const __m128i np1 = sideP1(p2, p1, avg, _mm_and_si128(L.tc0, ap));
+    const __m128i nq1 = sideP1(q2, q1, avg, _mm_and_si128(L.tc0, aq));
     applyDelta(p1, p0, q0, q1, tc, filt);
-    p1 = _mm_blendv_epi8(p1, np1, ap);
-    q1 = _mm_blendv_epi8(q1, nq1, aq);
+    p1 = np1;
+    q1 = nq1;
     return true;
 }
 
@@ -159,6 +170,9 @@ MOX_INLINE bool hasStrong(uint32_t b4) {
     const uint32_t y = b4 ^ 0x04040404u;
     return ((y - 0x01010101u) & ~y & 0x80808080u) != 0;
 }
+
+// Every strength byte of the four is 0 or 4.
+MOX_INLINE bool onlyStrong(uint32_t b4) { return (b4 & ~0x04040404u) == 0; }
 
 // Chroma filter of p0 and q0 (p1, q1 are only read); false when no line changed.
 MOX_INLINE bool chromaFilter(__m128i p1, __m128i& p0, __m128i& q0, __m128i q1, const Lanes& L) {
@@ -263,35 +277,54 @@ MOX_INLINE void store32(Mox8u* p, __m128i v) {
 
 // ---------------------------------------------------------------- luma
 
-void lumaHor(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mox8u* tc0, const Mox8u* bs) {
+// One horizontal luma edge, q at row 0: lines of strengths 0..3 only
+// (Normal), 0 and 4 only (Strong) or any mix. The edges with strength 4 run
+// out of line, so that their filter has the registers to itself.
+enum class EdgeKind { Normal, Strong, Mixed };
+template <EdgeKind K>
+inline __attribute__((always_inline)) void lumaHorEdge(Mox8u* q, int step, const Lanes& L) {
+    if constexpr (K == EdgeKind::Normal) {
+        __m128i p1 = simd::load<16>(row(q, step, -2)), p0 = simd::load<16>(row(q, step, -1));
+        __m128i q0 = simd::load<16>(q), q1 = simd::load<16>(row(q, step, 1));
+        if (!lumaNormal(simd::load<16>(row(q, step, -3)), p1, p0, q0, q1, simd::load<16>(row(q, step, 2)), L)) return;
+        simd::store<16>(row(q, step, -2), p1);
+        simd::store<16>(row(q, step, -1), p0);
+        simd::store<16>(q, q0);
+        simd::store<16>(row(q, step, 1), q1);
+    } else {
+        __m128i v[8];
+        #pragma GCC unroll 16
+        for (int k = 0; k < 8; ++k) v[k] = simd::load<16>(row(q, step, k - 4));
+        if (!(K == EdgeKind::Strong ? lumaStrong(v, L) : lumaFilter(v, L))) return;
+        #pragma GCC unroll 16
+        for (int k = 1; k < 7; ++k) simd::store<16>(row(q, step, k - 4), v[k]);
+    }
+}
+
+template <EdgeKind K>
+__attribute__((noinline)) void lumaHorEdgeOutOfLine(Mox8u* q, int step, const Lanes& L) {
+    lumaHorEdge<K>(q, step, L);
+}
+
+__attribute__((noinline)) void lumaHor(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mox8u* tc0, const Mox8u* bs) {
     uint64_t lo, hi;
     std::memcpy(&lo, bs, 8);
     std::memcpy(&hi, bs + 8, 8);
     if ((lo | hi) == 0) return;
     const Broadcast cls[2] = {broadcast(limits(alpha[0], beta[0])), broadcast(limits(alpha[1], beta[1]))};
     for (int e = 0; e < 4; ++e) {
-        if (load32(bs + 4 * e) == 0) continue;
+        const uint32_t b4 = load32(bs + 4 * e);
+        if (b4 == 0) continue;
         const Broadcast& l = cls[e ? 1 : 0];
         if (l.off) continue;
         const Lanes L = lanes(spread4(bs + 4 * e), spread4(tc0 + 4 * e), l);
         Mox8u* q = row(p, step, 4 * e);
-        if (!hasStrong(load32(bs + 4 * e))) {
-            __m128i p1 = simd::load<16>(row(q, step, -2)), p0 = simd::load<16>(row(q, step, -1));
-            __m128i q0 = simd::load<16>(q), q1 = simd::load<16>(row(q, step, 1));
-            if (!lumaNormal(simd::load<16>(row(q, step, -3)), p1, p0, q0, q1, simd::load<16>(row(q, step, 2)), L))
-                continue;
-            simd::store<16>(row(q, step, -2), p1);
-            simd::store<16>(row(q, step, -1), p0);
-            simd::store<16>(q, q0);
-            simd::store<16>(row(q, step, 1), q1);
-            continue;
-        }
-        __m128i v[8];
-        #pragma GCC unroll 16
-        for (int k = 0; k < 8; ++k) v[k] = simd::load<16>(row(q, step, k - 4));
-        if (!lumaFilter(v, L)) continue;
-        #pragma GCC unroll 16
-        for (int k = 1; k < 7; ++k) simd::store<16>(row(q, step, k - 4), v[k]);
+        if (onlyStrong(b4))
+            lumaHorEdgeOutOfLine<EdgeKind::Strong>(q, step, L);
+        else if (hasStrong(b4))
+            lumaHorEdgeOutOfLine<EdgeKind::Mixed>(q, step, L);
+        else
+            lumaHorEdge<EdgeKind::Normal>(q, step, L);
     }
 }
 
@@ -325,7 +358,10 @@ void lumaVer(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mo
         if (l.off) continue;
         const Lanes L = lanes(spread4(bs + 4 * e), spread4(tc0 + 4 * e), l);
         __m128i* v = c + 4 * e;
-        changed |= hasStrong(load32(bs + 4 * e)) ? lumaFilter(v, L) : lumaNormal(v[1], v[2], v[3], v[4], v[5], v[6], L);
+        const uint32_t b4 = load32(bs + 4 * e);
+        changed |= onlyStrong(b4)  ? lumaStrong(v, L)
+                   : hasStrong(b4) ? lumaFilter(v, L)
+                                   : lumaNormal(v[1], v[2], v[3], v[4], v[5], v[6], L);
     }
     if (!changed) return;
     __m128i o[8];

@@ -5,7 +5,9 @@
 // as fit (eight rows of two 8-bit samples, four rows of four, two of eight,
 // one of sixteen), so every size runs the same few instructions per register
 // and the row loop is unrolled at compile time. One kernel is instantiated
-// per width and height and chosen once per call from a table.
+// per width and height and chosen once per call from a table; blocks 8 or 16
+// samples wide and high with the usual H.264 parameters skip the table and
+// run an unrolled loop inlined in the entry point (see "square fast paths").
 //
 //  * Single prediction, 8-bit, H.264 weights: pmullw of the zero-extended
 //    samples, paddsw of the rounding term plus the offset shifted up, psraw,
@@ -278,6 +280,99 @@ inline void run(const void* a, int as, const void* b, int bs, void* d, int ds, M
                                    static_cast<Mox8u*>(d), ds, p);
 }
 
+// ---------------------------------------------------------------- 8- and 16-sample square fast paths
+// Blocks 8 or 16 samples wide and high with the usual H.264 parameters run
+// inline in the entry points: no size table, no parameter record, rows
+// unrolled, one pmaddubsw per 8 samples.
+
+// 8-bit single prediction as one pmaddubsw of (s, u) byte pairs with (w, c):
+// s * w + u * c where u * c = round + (offset << shift), then psraw, packuswb.
+// For shift 0 that is u = 1, c = offset; else round + (offset << shift) =
+// 2^(shift-1) * (2 offset + 1), so u = 2^(shift-1), c = 2 offset + 1, which
+// covers offsets -64..63. With shift <= 7 a sum that saturates is beyond
+// 2^15 in size, so after the shift it lies above 255 or below 0 either way
+// and packuswb clamps it as it would the exact sum.
+struct UniPairs {
+    __m128i u, wc, shift;
+    UniPairs(int uByte, int w, int c, int s)
+        : u(_mm_set1_epi8(static_cast<char>(uByte))),
+          wc(_mm_set1_epi16(static_cast<short>((w & 0xFF) | ((c & 0xFF) << 8)))),
+          shift(_mm_cvtsi32_si128(s)) {}
+    template <int N>
+    __m128i apply(__m128i s, __m128i) const {
+        const __m128i lo = _mm_sra_epi16(_mm_maddubs_epi16(_mm_unpacklo_epi8(s, u), wc), shift);
+        const __m128i hi = _mm_sra_epi16(_mm_maddubs_epi16(_mm_unpackhi_epi8(s, u), wc), shift);
+        return _mm_packus_epi16(lo, hi);
+    }
+};
+
+#define MOX_INLINE inline __attribute__((always_inline))
+
+// Rows of W (8 or 16) bytes, H rows: a register holds one row of 16 or two of 8.
+template <int W, int H, class Op>
+MOX_INLINE void square(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, const Op& op) {
+    if constexpr (W == 16) {
+#pragma GCC unroll 16
+        for (int y = 0; y < H; ++y) {
+            simd::store<16>(d, op.template apply<16>(simd::load<16>(a), simd::load<16>(b)));
+            a += as;
+            b += bs;
+            d += ds;
+        }
+    } else {
+#pragma GCC unroll 16
+        for (int y = 0; y < H; y += 2) {
+            const __m128i r = op.template apply<16>(simd::load8x2(a, a + as), simd::load8x2(b, b + bs));
+            simd::store<8>(d, r);
+            _mm_storeh_pi(reinterpret_cast<__m64*>(d + ds), _mm_castsi128_ps(r));
+            a += 2 * as;
+            b += 2 * bs;
+            d += 2 * ds;
+        }
+    }
+}
+
+// Runs op over the block when it is 8 or 16 samples wide and high; false otherwise.
+template <class Op>
+MOX_INLINE bool squareBlock(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, MoxiSize size,
+                            const Op& op) {
+    const int key = size.width << 8 | size.height;
+    if (key == (16 << 8 | 16)) {
+        square<16, 16>(a, as, b, bs, d, ds, op);
+    } else if (key == (8 << 8 | 8)) {
+        square<8, 8>(a, as, b, bs, d, ds, op);
+    } else if (key == (16 << 8 | 8)) {
+        square<16, 8>(a, as, b, bs, d, ds, op);
+    } else if (key == (8 << 8 | 16)) {
+        square<8, 16>(a, as, b, bs, d, ds, op);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// Single prediction through UniPairs when the parameters allow it.
+MOX_INLINE bool uniFast8u(Mox8u* p, int step, Mox32u shift, int w, int offset, MoxiSize size) {
+    if (w < -128 || w > 127 || shift > 7) return false;
+    const int s = static_cast<int>(shift);
+    const int u = s ? 1 << (s - 1) : 1, c = s ? 2 * offset + 1 : offset;
+    if (c < -128 || c > 127) return false;
+    return squareBlock(p, step, p, step, p, step, size, UniPairs(u, w, c, s));
+}
+
+// A weighted sum of two blocks through BiBytes with the offset folded, when
+// the weights are bytes and no sum can leave 16 bits (see weightPairs8u).
+MOX_INLINE bool pairsFast8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, MoxiSize size,
+                            int w1, int w2, int64_t round, int shift, int64_t offset) {
+    // Byte weights, a rounding term below 2^8 and |offset << shift| below 2^17 keep the test in 32 bits.
+    if (w1 < -128 || w1 > 127 || w2 < -128 || w2 > 127 || shift > 8 || offset < -256 || offset > 255) return false;
+    const int k = static_cast<int>(round) + static_cast<int>(offset) * (1 << shift);
+    const int most = 255 * ((w1 > 0 ? w1 : 0) + (w2 > 0 ? w2 : 0)) + (k > 0 ? k : 0);
+    const int least = 255 * ((w1 < 0 ? w1 : 0) + (w2 < 0 ? w2 : 0)) + (k < 0 ? k : 0);
+    if (most > 32767 || least < -32768) return false;
+    return squareBlock(a, as, b, bs, d, ds, size, BiBytes<false>(Params{w1, w2, k, shift, 0, 255}));
+}
+
 // A weighted sum of two 8-bit blocks: (s1 * w1 + s2 * w2 + round) >> shift, plus offset, clamped.
 // In 16 bits when the weights are bytes and the sums provably fit (all H.264
 // cases but weights summing past 128), else in 32 bits. The offset joins the
@@ -351,6 +446,7 @@ MOX_FN moxiUniDirWeightBlock_H264_8u_C1R(Mox8u* pSrcDst, Mox32u srcDstStep, Mox3
     MOX_CHECK_PTRS(pSrcDst);
     MOX_CHECK(srcDstStep >= static_cast<Mox32u>(roiSize.width), moxStsStepErr);
     MOX_CHECK(sizeOk(roiSize.width) && sizeOk(roiSize.height), moxStsSizeErr);
+    if (uniFast8u(pSrcDst, signedStep(srcDstStep), ulog2wd, iWeight, iOffset, roiSize)) return moxStsNoErr;
     uniWeight8u(pSrcDst, signedStep(srcDstStep), ulog2wd, iWeight, iOffset, roiSize);
     return moxStsNoErr;
 }
@@ -367,6 +463,12 @@ MOX_FN moxiBiDirWeightBlock_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8u* pSrc2
     const Mox32u w = static_cast<Mox32u>(roiSize.width);
     MOX_CHECK(srcStep1 >= w && srcStep2 >= w && dstStep >= w, moxStsStepErr);
     MOX_CHECK(sizeOk(roiSize.width) && sizeOk(roiSize.height), moxStsSizeErr);
+    if (ulog2wd <= 7) {
+        const int d = static_cast<int>(ulog2wd);
+        if (pairsFast8u(pSrc1, signedStep(srcStep1), pSrc2, signedStep(srcStep2), pDst, signedStep(dstStep), roiSize,
+                        iWeight1, iWeight2, int64_t{1} << d, d + 1, (int64_t{iOffset1} + iOffset2 + 1) >> 1))
+            return moxStsNoErr;
+    }
     biWeight8u(pSrc1, signedStep(srcStep1), pSrc2, signedStep(srcStep2), pDst, signedStep(dstStep), ulog2wd, iWeight1,
                iOffset1, iWeight2, iOffset2, roiSize);
     return moxStsNoErr;
@@ -386,6 +488,9 @@ MOX_FN moxiBiDirWeightBlockImplicit_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8
     const Mox32u w = static_cast<Mox32u>(roiSize.width);
     MOX_CHECK(srcStep1 >= w && srcStep2 >= w && dstStep >= w, moxStsStepErr);
     MOX_CHECK(sizeOk(roiSize.width) && sizeOk(roiSize.height), moxStsSizeErr);
+    if (pairsFast8u(pSrc1, signedStep(srcStep1), pSrc2, signedStep(srcStep2), pDst, signedStep(dstStep), roiSize,
+                    iWeight1, iWeight2, 32, 6, 0))
+        return moxStsNoErr;
     implicit8u(pSrc1, signedStep(srcStep1), pSrc2, signedStep(srcStep2), pDst, signedStep(dstStep), iWeight1, iWeight2,
                roiSize);
     return moxStsNoErr;
@@ -404,6 +509,9 @@ MOX_FN moxiWeightedAverage_H264_8u_C1IR(const Mox8u* pSrc1, Mox8u* pSrcDst, Mox3
     MOX_CHECK(srcDstStep >= roiSize.width, moxStsStepErr);
     MOX_CHECK(sizeOk(roiSize.width) && sizeOk(roiSize.height), moxStsSizeErr);
     const int shift = clampShift(ulog2wd);
+    if (pairsFast8u(pSrc1, srcDstStep, pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize, iWeight1, iWeight2,
+                    roundingTerm(shift), shift, iOffset))
+        return moxStsNoErr;
     weightPairs8u(pSrc1, srcDstStep, pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize, iWeight1, iWeight2,
                   roundingTerm(shift), shift, iOffset);
     return moxStsNoErr;

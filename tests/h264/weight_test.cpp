@@ -132,6 +132,43 @@ TEST(WeightH264, WeightedAverageMatchesFormula) {
     });
 }
 
+// The 8- and 16-sample square blocks have their own kernels for the common
+// parameters: every denominator and offset of single prediction around the
+// limits of those kernels, and two-prediction weights whose sums reach the
+// edge of 16 bits, on content with 0 and 255 samples.
+TEST(WeightH264, SquareBlocksAtParameterLimits) {
+    Rng r(77);
+    const MoxiSize sizes[] = {{16, 16}, {8, 8}, {16, 8}, {8, 16}};
+    for (MoxiSize sz : sizes) {
+        const int w = sz.width, h = sz.height;
+        for (int logWD = 0; logWD <= 8; ++logWD)
+            for (int o = -130; o <= 130; ++o) {
+                const int weight = r.coin() ? int(r.extreme(-129, 128)) : r.uniform(-128, 127);
+                Guarded<Mox8u> got = randomBlock<Mox8u>(r, w, h, randomLayout(r, 1), 255), want(w, h);
+                const std::vector<Mox8u> src = got.samples();
+                want.fill([&, i = 0]() mutable { return src[i++]; });
+                ASSERT_EQ(moxiUniDirWeightBlock_H264_8u_C1R(got.ptr(), Mox32u(got.step()), logWD, weight, o, sz), moxStsNoErr);
+                mox::ref::weightUni(want.ptr(), want.step(), want.ptr(), want.step(), logWD, weight, o, w, h, 8);
+                ASSERT_EQ(got.samples(), want.samples()) << w << "x" << h << " logWD " << logWD << " w " << weight << " o " << o;
+                ASSERT_TRUE(got.guardsIntact());
+            }
+        for (int i = 0; i < 400; ++i) {
+            // Positive or negative weight sums of about 128, with offsets pushing the 16-bit sum over.
+            const int w1 = int(r.extreme(-128, 127)), w2 = (r.coin() ? 128 : -128) - w1 + r.uniform(-2, 2);
+            const int logWD = r.uniform(0, 7), o1 = int(r.extreme(-128, 127)), o2 = int(r.extreme(-128, 127));
+            Layout shared = randomLayout(r, 1);
+            Guarded<Mox8u> a = randomBlock<Mox8u>(r, w, h, shared, 255), b = randomBlock<Mox8u>(r, w, h, randomLayout(r, 1), 255);
+            Guarded<Mox8u> got(w, h, randomLayout(r, 1)), want(w, h);
+            ASSERT_EQ(moxiBiDirWeightBlock_H264_8u_P3P1R(a.ptr(), b.ptr(), got.ptr(), a.step(), b.step(), got.step(), logWD,
+                                                         w1, o1, w2, o2, sz),
+                      moxStsNoErr);
+            mox::ref::weightBi(a.ptr(), a.step(), b.ptr(), b.step(), want.ptr(), want.step(), logWD, w1, o1, w2, o2, w, h, 8);
+            ASSERT_EQ(got.samples(), want.samples()) << w << "x" << h << " logWD " << logWD << " w " << w1 << " " << w2;
+            ASSERT_TRUE(got.guardsIntact());
+        }
+    }
+}
+
 // Hand-computed samples: the formulas themselves, not only the agreement of two models.
 TEST(WeightH264, KnownValues) {
     Mox8u a[4] = {100, 255, 0, 7}, b[4] = {50, 255, 0, 8}, d[4];
