@@ -40,23 +40,6 @@ inline bool inside(const Axis& x, const Axis& y, const MoxiSize& frame) {
     return x.start >= 0 && x.start + x.size <= frame.width && y.start >= 0 && y.start + y.size <= frame.height;
 }
 
-// n bytes (n up to a few dozen), in overlapping 16-, 8- or 4-byte pieces
-// that stay within the n bytes.
-inline void copyRow(Mox8u* d, const Mox8u* s, int n) {
-    if (n >= 16) {
-        for (int i = 0; i + 16 <= n; i += 16) simd::store<16>(d + i, simd::load<16>(s + i));
-        if (n & 15) simd::store<16>(d + n - 16, simd::load<16>(s + n - 16));
-    } else if (n >= 8) {
-        simd::store<8>(d, simd::load<8>(s));
-        simd::store<8>(d + n - 8, simd::load<8>(s + n - 8));
-    } else if (n >= 4) {
-        simd::store<4>(d, simd::load<4>(s));
-        simd::store<4>(d + n - 4, simd::load<4>(s + n - 4));
-    } else {
-        for (int i = 0; i < n; ++i) d[i] = s[i];
-    }
-}
-
 // Copies rows y0 .. y0 + rows - 1 of the area (columns x0 .. x0 + cols - 1)
 // into buf, repeating the picture's edge samples outside it. `pitch` bytes
 // per sample group (1 planar, 2 interleaved U/V).
@@ -79,7 +62,7 @@ void gather(const Mox8u* plane, int step, int pitch, const MoxiSize& frame, int6
             for (int c = 0; c < left; ++c) std::memcpy(d + c * pitch, s, pitch);
             for (int c = cols - right; c < cols; ++c) std::memcpy(d + c * pitch, rightSrc, pitch);
         }
-        if (mid > 0) copyRow(d + left * pitch, s + firstMid * pitch, mid * pitch);
+        if (mid > 0) simd::copyRow(d + left * pitch, s + firstMid * pitch, mid * pitch);
     }
 }
 
@@ -276,7 +259,7 @@ void runRowClamped(const T* src, int step, int colLead, int cols, int rowLead, i
         const int rows = std::min(kBand, h - y0);
         for (int i = 0; i < rows + extraRows; ++i) {
             const int64_t r = std::clamp<int64_t>(static_cast<int64_t>(y0) - rowLead + i, lo, hi);
-            copyRow(buf + i * kBufStep, row(bytes, step, static_cast<int>(r)), cols * kSize);
+            simd::copyRow(buf + i * kBufStep, row(bytes, step, static_cast<int>(r)), cols * kSize);
         }
         kernel(reinterpret_cast<const T*>(buf + rowLead * kBufStep + colLead * kSize), kBufStep, y0, rows);
     }

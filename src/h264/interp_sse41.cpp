@@ -63,15 +63,6 @@ inline __m128i order(__m128i v) {
         return _mm_shuffle_epi8(v, _mm_setr_epi8(0, 2, 1, 3, 0, 2, 1, 3, 0, 2, 1, 3, 0, 2, 1, 3));
 }
 
-// f(0) .. f(3), written out.
-template <class F>
-[[gnu::always_inline]] inline void unroll4(F&& f) {
-    f(0);
-    f(1);
-    f(2);
-    f(3);
-}
-
 // The vertical half samples of one column block, four rows at a time
 // (luma heights are multiples of 4). The byte pairs P(k) = (row k, row k + 1)
 // are interleaved once each and kept: row y is P(y - 2) * (1, -5) +
@@ -90,10 +81,16 @@ public:
         pair(r3, last_, p_[3]);
     }
     [[gnu::always_inline]] void next4(__m128i (&out)[4]) {
-        out[0] = next(p_[0], p_[2]);
-        out[1] = next(p_[1], p_[3]);
-        out[2] = next(p_[2], p_[0]);
-        out[3] = next(p_[3], p_[1]);
+        next4([&out](int i, __m128i v) { out[i] = v; });
+    }
+    // Each row handed to put(i, row) as soon as it is made, so that no more
+    // than one is held.
+    template <class F>
+    [[gnu::always_inline]] void next4(F&& put) {
+        put(0, next(p_[0], p_[2]));
+        put(1, next(p_[1], p_[3]));
+        put(2, next(p_[2], p_[0]));
+        put(3, next(p_[3], p_[1]));
     }
 
 private:
@@ -157,11 +154,8 @@ MOX_OUT_OF_LINE MoxStatus lumaRows(const Mox8u* src, int ss, Mox8u* dst, int ds,
     } else {
         VWindow<W> vw(src + (DX == 3), ss);
         for (int y0 = 0; y0 < h; y0 += 4) {
-            __m128i v4[4];
-            vw.next4(v4);
-            unroll4([&](int i) {
+            vw.next4([&](int i, __m128i v) __attribute__((always_inline)) {
                 const Mox8u* s = row(src, ss, y0 + i);
-                __m128i v = v4[i];
                 if constexpr (DX == 0 && DY != 2) v = _mm_avg_epu8(v, simd::load<W>(row(s, ss, DY == 3)));
                 if constexpr (DX != 0) v = _mm_avg_epu8(v, hHalf<W>(row(s, ss, DY == 3)));
                 simd::store<W>(row(dst, ds, y0 + i), v);
@@ -176,15 +170,71 @@ MOX_OUT_OF_LINE MoxStatus lumaRows(const Mox8u* src, int ss, Mox8u* dst, int ds,
 // sums t (each -2550..10710), the centre is (a - 5b + 20c + 512) >> 10, which
 // equals (((((a - b) >> 2) - b + c) >> 2) + c + 32) >> 6 exactly (floors of
 // floors), so it stays in 16-bit lanes. The differences of neighbouring rows
-// d_k = t_k - t_(k+1) (within +-13260) are formed once per row and give
-// a - b = d0 - d4 and c - b = d3 - d1 (within +-26520). Only the middle sum
-// can leave the 16-bit range, and only when the sample clamps anyway: a
-// saturating add there keeps the clamped result.
+// d_k = t_k - t_(k+1) (within +-13260) give a - b = d0 - d4 and
+// c - b = d3 - d1 (within +-26520). Only the middle sum can leave the
+// 16-bit range, and only when the sample clamps anyway: a saturating add
+// there keeps the clamped result.
+//
+// Sixteen wide (the centre and the quarters above and below it), one pass
+// over the rows: each new row's sums give its difference to the row before
+// and its sum with it (c of the row three above), kept in the band; the row
+// five above is then complete. The quarters average with the horizontal
+// half sample b, rounded when its row's sums are made.
+struct BandRow {
+    __m128i d[2], c[2], b;  // difference to the next row, sum with the previous row, rounded b (parity order)
+};
+
+template <int DY>
+[[gnu::always_inline]] inline __m128i centreRow(const BandRow* r) {
+    __m128i v[2];
+    for (int k = 0; k < 2; ++k) {
+        const __m128i ab = _mm_sub_epi16(r[0].d[k], r[4].d[k]), cb = _mm_sub_epi16(r[3].d[k], r[1].d[k]);
+        const __m128i x = _mm_adds_epi16(_mm_srai_epi16(ab, 2), cb);
+        v[k] = _mm_mulhrs_epi16(_mm_add_epi16(_mm_srai_epi16(x, 2), r[3].c[k]), _mm_set1_epi16(512));  // (x + 32) >> 6
+    }
+    __m128i out = _mm_packus_epi16(v[0], v[1]);
+    // b of this row (DY 1) or the next (DY 3), still in parity order.
+    if constexpr (DY != 2) out = _mm_avg_epu8(out, r[2 + (DY == 3)].b);
+    return order<16>(out);
+}
+
+template <int DY>
+[[gnu::always_inline]] inline void centreWide(const Mox8u* src, int ss, Mox8u* dst, int ds, int h) {
+    constexpr int W = 16, R = 2;
+    constexpr bool kB = DY != 2;  // averaged with b
+    BandRow band[kBandRows + 5];
+    for (int y0 = 0; y0 < h; y0 += kBandRows) {
+        const int hb = std::min(kBandRows, h - y0);
+        const Mox8u* s = row(src, ss, y0 - 2);
+        __m128i prev[2];
+        hsum<W>(s, prev[0], prev[1]);
+        // Sums of row i: the band entries of rows i - 1 and i.
+        auto next = [&](int i) __attribute__((always_inline)) {
+            __m128i cur[2];
+            hsum<W>(row(s, ss, i), cur[0], cur[1]);
+            for (int k = 0; k < R; ++k) {
+                band[i - 1].d[k] = _mm_sub_epi16(prev[k], cur[k]);
+                band[i].c[k] = _mm_add_epi16(prev[k], cur[k]);
+                prev[k] = cur[k];
+            }
+            if constexpr (kB) band[i].b = packRounded(cur[0], cur[R - 1]);
+        };
+        for (int i = 1; i < 5; ++i) next(i);
+        for (int y = 0; y < hb; ++y) {
+            next(y + 5);
+            simd::store<W>(row(dst, ds, y0 + y), centreRow<DY>(band + y));
+        }
+    }
+}
+
+// Otherwise the sums of each row and their differences to the next row go
+// to the band, and the sample rows are made from them afterwards; (1, 2)
+// and (3, 2) average with the vertical half sample h or m.
 struct Sums {
     __m128i t[2], d[2];  // sums of a row (lo, hi) and their differences to the next row
 };
 
-inline __m128i centre(const Sums* r, int k) {
+inline __m128i centreHalf(const Sums* r, int k) {
     const __m128i c = _mm_add_epi16(r[2].t[k], r[3].t[k]);
     const __m128i ab = _mm_sub_epi16(r[0].d[k], r[4].d[k]), cb = _mm_sub_epi16(r[3].d[k], r[1].d[k]);
     const __m128i x = _mm_adds_epi16(_mm_srai_epi16(ab, 2), cb);
@@ -192,7 +242,7 @@ inline __m128i centre(const Sums* r, int k) {
 }
 
 template <int W, int DX, int DY>
-MOX_OUT_OF_LINE MoxStatus lumaCentre(const Mox8u* src, int ss, Mox8u* dst, int ds, int h) {
+[[gnu::always_inline]] inline void centreBands(const Mox8u* src, int ss, Mox8u* dst, int ds, int h) {
     constexpr int R = W == 16 ? 2 : 1;  // registers per row of sums
     Sums t[kBandRows + 5];
     // (1, 2) and (3, 2) average with the vertical half sample h or m.
@@ -218,8 +268,8 @@ MOX_OUT_OF_LINE MoxStatus lumaCentre(const Mox8u* src, int ss, Mox8u* dst, int d
             // Each row's operands come straight from the band (loads, no
             // register copies of values carried between rows).
             asm volatile("" ::: "memory");
-            const __m128i lo = centre(t + y, 0);
-            const __m128i hi = R == 2 ? centre(t + y, R - 1) : lo;
+            const __m128i lo = centreHalf(t + y, 0);
+            const __m128i hi = R == 2 ? centreHalf(t + y, R - 1) : lo;
             __m128i v = _mm_packus_epi16(lo, hi);
             const int yy = y0 + y;
             if constexpr (DX == 2 && DY != 2) {
@@ -235,6 +285,15 @@ MOX_OUT_OF_LINE MoxStatus lumaCentre(const Mox8u* src, int ss, Mox8u* dst, int d
             simd::store<W>(row(dst, ds, yy), v);
         }
     }
+}
+
+// Sixteen wide, a row of sums takes two registers and the one-pass form
+// loads fewer of them back; narrower, one register, and keeping the sums
+// themselves stores fewer per row.
+template <int W, int DX, int DY>
+MOX_OUT_OF_LINE MoxStatus lumaCentre(const Mox8u* src, int ss, Mox8u* dst, int ds, int h) {
+    if constexpr (W == 16 && DX == 2) centreWide<DY>(src, ss, dst, ds, h);
+    else centreBands<W, DX, DY>(src, ss, dst, ds, h);
     return moxStsNoErr;
 }
 

@@ -1,6 +1,6 @@
 // SSE4.1 load/store helpers for the block kernels: rows of 2, 4, 8 or 16
-// bytes, unaligned, through signed steps, and short rows gathered into one
-// register.
+// bytes, unaligned, through signed steps, short rows gathered into one
+// register, and short row copies.
 #pragma once
 
 #include <smmintrin.h>
@@ -47,6 +47,23 @@ inline __m128i load8x2(const void* lo, const void* hi) {
 // Four 4-byte rows in one register, the first in the lowest lanes.
 inline __m128i load4x4(const void* a, const void* b, const void* c, const void* d) {
     return _mm_unpacklo_epi64(_mm_unpacklo_epi32(load<4>(a), load<4>(b)), _mm_unpacklo_epi32(load<4>(c), load<4>(d)));
+}
+
+// n bytes (n up to a few dozen), in overlapping 16-, 8- or 4-byte pieces
+// that stay within the n bytes.
+inline void copyRow(Mox8u* d, const Mox8u* s, int n) {
+    if (n >= 16) {
+        for (int i = 0; i + 16 <= n; i += 16) store<16>(d + i, load<16>(s + i));
+        if (n & 15) store<16>(d + n - 16, load<16>(s + n - 16));
+    } else if (n >= 8) {
+        store<8>(d, load<8>(s));
+        store<8>(d + n - 8, load<8>(s + n - 8));
+    } else if (n >= 4) {
+        store<4>(d, load<4>(s));
+        store<4>(d + n - 4, load<4>(s + n - 4));
+    } else {
+        for (int i = 0; i < n; ++i) d[i] = s[i];
+    }
 }
 
 }  // namespace mox::simd

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "core/check.h"
+#include "me/simd.h"
 #include "vc1/interp_kernels.h"
 #include "vc1/interp_sizes.h"
 
@@ -77,7 +78,7 @@ MoxStatus interpolateBlock(const MoxVCBlockICParams* pParams) {
             if (lut)
                 for (int i = 0; i < mid * P; ++i) di[i] = lut[si[i]];
             else
-                std::memcpy(di, si, static_cast<size_t>(mid) * P);
+                simd::copyRow(di, si, mid * P);
             for (int c = 0; c < left; ++c) std::memcpy(d + c * P, di, P);
             for (int c = 0; c < right; ++c) std::memcpy(di + (mid + c) * P, di + (mid - 1) * P, P);
         } else {
