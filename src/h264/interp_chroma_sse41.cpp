@@ -124,14 +124,16 @@ template <int W, int D, int HX, int HY>
                                               const PairWeights* pw) {
     constexpr int N = W * D;
     const __m128i r = _mm_set1_epi16(512);
+    // A row's samples interleaved with their right neighbours, or with the
+    // row below when only the vertical fraction is nonzero (N <= 8).
+    [[maybe_unused]] auto one = [ss](const Mox8u* s) {
+        return _mm_unpacklo_epi8(simd::load<N>(s), simd::load<N>(HX ? s + D : row(s, ss, 1)));
+    };
     if constexpr (!HX && !HY) {
         for (int y = 0; y < h; ++y) put<N, D>(row(d0, ds, y), row(d1, ds, y), simd::load<N>(row(src, ss, y)));
     } else if constexpr (N <= 4) {
         // The pairs of two rows in one register (N pairs each), so that one
         // pmaddubsw weighs two rows and the results of two rows share a register.
-        auto one = [ss](const Mox8u* s) {
-            return _mm_unpacklo_epi8(simd::load<N>(s), simd::load<N>(HX ? s + D : row(s, ss, 1)));
-        };
         auto two = [](__m128i a, __m128i b) {
             return N == 4 ? _mm_unpacklo_epi64(a, b) : _mm_unpacklo_epi32(a, b);
         };
@@ -156,10 +158,6 @@ template <int W, int D, int HX, int HY>
     } else if constexpr (N == 8) {
         // One row of pairs per register, two rows of results per register:
         // row y at bytes 0..7, row y + 1 at bytes 8..15.
-        // Pairs with the next column, or the next row when only dy is nonzero.
-        auto one = [ss](const Mox8u* s) {
-            return _mm_unpacklo_epi8(simd::load<N>(s), simd::load<N>(HX ? s + D : row(s, ss, 1)));
-        };
         if constexpr (HX && HY) {
             const __m128i wTop = weight(pw, 0), wBot = weight(pw, 1);
             __m128i top = one(src);
