@@ -167,6 +167,29 @@ constexpr std::array<std::array<unsigned char, 8>, 7> makeRunLut() {
 }
 inline constexpr auto kRunLut = makeRunLut();
 
+// Two run_before codes looked up on the next 6 bits while fewer than seven
+// zeros are left: bits 0..3 the first run, 4..7 the second (for the zeros left
+// after the first), 8..10 and 11..13 their lengths; the second length is 0
+// when the first run uses up every zero.
+constexpr std::array<std::array<unsigned short, 64>, 7> makeRunPairLut() {
+    std::array<std::array<unsigned short, 64>, 7> lut{};
+    for (int z = 1; z <= 6; ++z) {
+        for (unsigned v = 0; v < 64; ++v) {
+            unsigned e1 = kRunLut[z][v >> 3];
+            unsigned run1 = e1 & 15, len1 = e1 >> 4;
+            unsigned entry = run1 | len1 << 8;
+            int z2 = z - static_cast<int>(run1);
+            if (z2 > 0) {
+                unsigned e2 = kRunLut[z2][(v >> (3 - len1)) & 7];
+                entry |= (e2 & 15) << 4 | (e2 >> 4) << 11;
+            }
+            lut[z][v] = static_cast<unsigned short>(entry);
+        }
+    }
+    return lut;
+}
+inline constexpr auto kRunPairLut = makeRunPairLut();
+
 // The tables handed out by moxiGetCAVLCTables_H264; decoders recognise them
 // and use the look-ups above instead of walking the packed form.
 extern const MoxCAVLCTables_H264 kCavlcTables;
