@@ -76,9 +76,9 @@ TEST(WordCursor, WorkedRules) {
     // Transmission-order bytes 00 00 00 80 are, as a native word, the single
     // set bit at the start of the stream: bytes must be grouped and reversed.
     const Mox8u bytes[4] = {0x00, 0x00, 0x00, 0x80};
-    Mox32u word;
-    std::memcpy(&word, bytes, 4);
-    EXPECT_EQ(mox::WordReader(&word, 31).peek(1), 1u);
+    Mox32u word[2] = {};  // the stream word and the readable word after it
+    std::memcpy(word, bytes, 4);
+    EXPECT_EQ(mox::WordReader(word, 31).peek(1), 1u);
 }
 
 TEST(WordCursor, LooksAheadOnlyAsFarAsTheRuleAllows) {
