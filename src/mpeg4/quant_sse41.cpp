@@ -37,8 +37,9 @@ using namespace mox::mpeg4;
 inline __m128i loadRow(const Mox16s* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
 inline void storeRow(Mox16s* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
 
-// Raster rows an inverse quantiser touches for a last index: 0 .. last / 8.
-inline int rowsFor(int last) { return (last > 63 ? 63 : last) / 8 + 1; }
+// Raster rows an inverse quantiser touches for a last index: 0 .. last / 8
+// (a non-negative index; 56 and above is the whole block, tested first).
+inline int rowsFor(int last) { return last >= 56 ? 8 : last / 8 + 1; }
 
 // ---------------------------------------------------------------- records
 template <class R>
@@ -199,22 +200,36 @@ inline __m128i vec(const int16_t (&v)[8]) { return _mm_load_si128(reinterpret_ca
 
 // Rows [0, rows): 0 stays 0, else sign(c) (2 QP |c| + adj) clamped to
 // -range .. range - 1. kFull: range 32768, where the positive limit must be
-// applied before the sign.
+// applied before the sign. Seven operations per row: |c| is limited first,
+// as 62 |c| + 31 at QP 31 is past the 15 bits psignw reads from |c| = 529
+// and past 16 bits from |c| = 1057; a saturated 16-bit product (pmulhuw and
+// pmullw, or pmaddwd and packssdw) costs more than the limit. Inlined into
+// every wrapper, the whole block (last index 56..63) as straight-line code;
+// the DC, when given, is stored after the rows.
 template <bool kFull, class DcT>
-void dequantH263Rows(Mox16s* pBlock, int rows, const H263Consts& k, DcT dc) {
+[[gnu::always_inline]] inline void dequantH263Rows(Mox16s* pBlock, int rows, const H263Consts& k, DcT dc) {
     const __m128i cap = vec(k.cap), step = vec(k.step), add = vec(k.add), lo = vec(k.lo), hi = vec(k.hi);
-    const __m128i last = mapRows(pBlock, rows, dc, [&](__m128i v, int) {
+    auto row = [&](int i) {
+        const __m128i v = loadRow(pBlock + 8 * i);
         const __m128i a = _mm_min_epu16(_mm_abs_epi16(v), cap);
         const __m128i m = _mm_adds_epu16(_mm_mullo_epi16(a, step), add);
+        __m128i r;
         if constexpr (kFull) {
             // 32767 for positive c, 32768 for negative c.
             const __m128i limit = _mm_sub_epi16(hi, _mm_srai_epi16(v, 15));
-            return _mm_sign_epi16(_mm_min_epu16(m, limit), v);
+            r = _mm_sign_epi16(_mm_min_epu16(m, limit), v);
         } else {
-            return _mm_min_epi16(_mm_sign_epi16(_mm_min_epu16(m, lo), v), hi);
+            r = _mm_min_epi16(_mm_sign_epi16(_mm_min_epu16(m, lo), v), hi);
         }
-    });
-    storeRow(pBlock + 8 * (rows - 1), last);
+        storeRow(pBlock + 8 * i, r);
+    };
+    if (rows == 8) {
+#pragma GCC unroll 8
+        for (int i = 0; i < 8; ++i) row(i);
+    } else {
+        for (int i = 0; i < rows; ++i) row(i);
+    }
+    if constexpr (std::is_same_v<DcT, Dc>) pBlock[0] = static_cast<Mox16s>(dc.value);
 }
 
 // The H.263 method of MPEG-4 at any bit depth.
@@ -255,10 +270,10 @@ void dequantMatrix16(Mox16s* pBlock, int rows, const Mox16s* pMatrix, int qp, in
     const int range = kRange ? kRange : runtimeRange;
     const __m128i q = _mm_set1_epi16(static_cast<int16_t>(qp));
     const __m128i one = _mm_set1_epi16(1);
-    const __m128i zero = _mm_setzero_si128();
+    const __m128i minusOne = _mm_set1_epi16(-1);
     const __m128i lo = _mm_set1_epi16(static_cast<int16_t>(range));
     const __m128i hi = _mm_set1_epi16(static_cast<int16_t>(range - 1));
-    __m128i parity = zero;
+    __m128i parity = _mm_setzero_si128();
     const __m128i last = mapRows(
         pBlock, rows, dc,
         [&](__m128i v, int i) {
@@ -268,7 +283,8 @@ void dequantMatrix16(Mox16s* pBlock, int rows, const Mox16s* pMatrix, int qp, in
             if constexpr (kInter) x = _mm_or_si128(x, one);
             const __m128i pHi = _mm_mulhi_epu16(x, wq);
             // A non-zero high half sets the top bits of the low half: the shifted magnitude is at least 3584.
-            const __m128i pLo = _mm_or_si128(_mm_mullo_epi16(x, wq), _mm_sub_epi16(zero, pHi));
+            // (psignw negates in place, where 0 - pHi would need a copy of zero per row.)
+            const __m128i pLo = _mm_or_si128(_mm_mullo_epi16(x, wq), _mm_sign_epi16(pHi, minusOne));
             const __m128i mag = _mm_min_epu16(_mm_srli_epi16(pLo, 4), lo);
             return _mm_min_epi16(_mm_sign_epi16(mag, v), hi);
         },

@@ -172,6 +172,19 @@ TEST(Mpeg4Quant, H263WorkedCases) {
     const Mox16s want[6] = {27, -27, 0, 2047, -2048, 11};
     EXPECT_TRUE(std::equal(want, want + 6, c));
     EXPECT_EQ(c[63], 5);  // row 7 lies past the last index
+    // QP 31: 62 |c| + 31 passes 2047 from |c| = 33 and 16 bits from |c| = 1057 (62 x 1057 + 31 = 65565).
+    Mox16s e[64] = {32, -32, 33, -33, 1056, -1056, 1057, -1057, 32767, -32768, -1, 1};
+    ASSERT_EQ(moxiQuantInvInter_H263_16s_C1I(e, 63, 31, 0), moxStsNoErr);
+    const Mox16s wantE[12] = {2015, -2015, 2047, -2048, 2047, -2048, 2047, -2048, 2047, -2048, -93, 93};
+    EXPECT_TRUE(std::equal(wantE, wantE + 12, e));
+    // Intra over the whole block: the DC is DC * 8 whatever the AC rows hold.
+    Mox16s f[64] = {-300, 1, -1};
+    f[63] = -1057;
+    ASSERT_EQ(moxiQuantInvIntra_H263_16s_C1I(f, 63, 2, 0, 0), moxStsNoErr);
+    EXPECT_EQ(f[0], -2400);
+    EXPECT_EQ(f[1], 5);
+    EXPECT_EQ(f[2], -5);
+    EXPECT_EQ(f[63], -2048);
     // Intra with last index 0: only the DC, times 8.
     Mox16s d[64];
     for (int k = 0; k < 64; ++k) d[k] = static_cast<Mox16s>(k + 1);
