@@ -3,16 +3,20 @@
 // intra and inter.
 //
 // An 8-wide block holds one row per register, a 4-wide block two rows. The
-// inverse kernels scale with pmullw (16-bit wrap-around) and add the
-// non-uniform half step with psignw; the non-zero extent comes from
-// pcmpeq/pmovmskb masks of packsswb results (see extentOf), with no branch
-// on the values. They are expanded into their wrappers. The forward kernels divide with the reciprocal rows
-// of quant_tables.h: psraw for powers of two, pmulhw (plus paddsw of the
-// value for 17-bit reciprocals) and psraw otherwise. Every forward kernel is
+// inverse kernels scale with pmullw (16-bit wrap-around), the non-uniform
+// ones as sign(c) * (|c| * quant + (quant >> 1)) with pabsw/psignw; the
+// non-zero extent comes from pcmpeq/pmovmskb masks of packsswb results, with
+// no branch on the values. The 8x8 kernel packs each pair of rows as it
+// scales them and reads both extents from one mask (see quantInv8x8) and is
+// expanded into its wrappers; the 8x4, 4x8 and 4x4 ones are called through a
+// table. The forward kernels divide with the reciprocal rows of
+// quant_tables.h: psraw for powers of two, pmulhw (plus paddsw of the value
+// for 17-bit reciprocals) and psraw otherwise. Every forward kernel is
 // chosen once per call from a table indexed by size and quant.
 #include <smmintrin.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "core/check.h"
@@ -52,39 +56,79 @@ inline void storeReg(Mox16s* p, int step, int i, __m128i v) {
 
 // ---------------------------------------------------------------- inverse
 // 1 + the index of the highest set bit of m, 0 when m is 0.
-inline int bitExtent(uint64_t m) { return 63 - __builtin_clzll(2 * m + 1); }
+inline int bitExtent(uint64_t m) { return 63 ^ __builtin_clzll(2 * m + 1); }  // one bsr
 
-// Non-zero extent of the N registers of a W x H block, with no branch on the
-// values (packsswb keeps a word non-zero exactly when it was non-zero, also
-// a word read over two bytes). Up to 32 coefficients: one mask with bit
-// W * y + x for coefficient (x, y), its rows folded together for the
-// columns. 8x8: the columns from the OR of all registers, the rows from a
-// packsswb tree down to two bytes per row.
+// Non-zero extent of the N (2 or 4) registers of a W x H block of up to 32
+// coefficients, with no branch on the values: one mask with bit W * y + x
+// for coefficient (x, y) (packsswb keeps a word non-zero exactly when it was
+// non-zero), its rows folded together for the columns.
 template <int W, int H, int N>
 MOX_VC1_QUANT_INLINE MoxiSize extentOf(const __m128i (&r)[N], bool intra) {
+    static_assert(N == 2 || N == 4, "at most 32 coefficients");
     const __m128i zero = _mm_setzero_si128();
     auto nonZero = [&zero](__m128i bytes) {
         return static_cast<uint32_t>(~_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, zero))) & 0xFFFFu;
     };
-    if constexpr (N <= 4) {
-        uint64_t m = nonZero(_mm_packs_epi16(r[0], r[1]));
-        if constexpr (N == 4) m |= static_cast<uint64_t>(nonZero(_mm_packs_epi16(r[2], r[3]))) << 16;
-        uint64_t cols = m;
-        for (int span = W * H / 2; span >= W; span /= 2) cols |= cols >> span;
-        if (intra) m |= 1;  // row 0 always counts
-        return {bitExtent(cols & ((1u << W) - 1)), (bitExtent(m) + W - 1) / W};
-    } else {
-        __m128i any = r[0];
-#pragma GCC unroll 8
-        for (int i = 1; i < N; ++i) any = _mm_or_si128(any, r[i]);
-        const __m128i a = _mm_packs_epi16(_mm_packs_epi16(r[0], r[1]), _mm_packs_epi16(r[2], r[3]));
-        const __m128i b = _mm_packs_epi16(_mm_packs_epi16(r[4], r[5]), _mm_packs_epi16(r[6], r[7]));
-        // Two bits per column and two bytes (two bits) per row.
-        const uint32_t cols = static_cast<uint32_t>(~_mm_movemask_epi8(_mm_cmpeq_epi16(any, zero))) & 0xFFFFu;
-        uint32_t rows = nonZero(_mm_packs_epi16(a, b));
-        if (intra) rows |= 1;
-        return {(bitExtent(cols) + 1) / 2, (bitExtent(rows) + 1) / 2};
+    uint64_t m = nonZero(_mm_packs_epi16(r[0], r[1]));
+    if constexpr (N == 4) m |= static_cast<uint64_t>(nonZero(_mm_packs_epi16(r[2], r[3]))) << 16;
+    uint64_t cols = m;
+    for (int span = W * H / 2; span >= W; span /= 2) cols |= cols >> span;
+    if (intra) m |= 1;  // row 0 always counts
+    return {bitExtent(cols & ((1u << W) - 1)), (bitExtent(m) + W - 1) / W};
+}
+
+// c * quant, or sign(c) * (|c| * quant + half) for the non-uniform rule (the
+// same value modulo 2^16, also for -32768; zero stays zero).
+template <bool Nonuniform>
+MOX_VC1_QUANT_INLINE __m128i scale(__m128i c, __m128i q, __m128i half) {
+    if constexpr (Nonuniform)
+        return _mm_sign_epi16(_mm_add_epi16(_mm_mullo_epi16(_mm_abs_epi16(c), q), half), c);
+    else
+        return _mm_mullo_epi16(c, q);
+}
+
+// 8x8 in one pass of two rows at a time: each pair is scaled, stored and
+// packed to bytes (a byte is non-zero exactly when its word was); the OR of
+// the four packs gives the columns (even rows in bytes 0..7, odd rows in
+// 8..15, folded together), two more packs give one byte per row, and one
+// pmovmskb reads columns (bits 0..7) and rows (bits 8..15). Rows 0..3 and
+// 4..7 are addressed from two bases (base + k * step, k 0..3).
+template <bool Intra, bool Nonuniform>
+MOX_VC1_QUANT_INLINE void quantInv8x8(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
+                                      MoxiSize* pDstSizeNZ) {
+    const std::ptrdiff_t ss = srcStep, ds = dstStep;
+    const char* s0 = reinterpret_cast<const char*>(pSrc);
+    const char* s4 = s0 + 4 * ss;
+    char* d0 = reinterpret_cast<char*>(pDst);
+    char* d4 = d0 + 4 * ds;
+    const __m128i q = _mm_set1_epi16(static_cast<int16_t>(quant));
+    const __m128i half = _mm_set1_epi16(static_cast<int16_t>(quant >> 1));
+    __m128i pk[4];
+#pragma GCC unroll 4
+    for (int i = 0; i < 4; ++i) {
+        const char* s = i < 2 ? s0 : s4;
+        char* d = i < 2 ? d0 : d4;
+        const std::ptrdiff_t a = (2 * i & 3) * ss, b = (2 * i & 3) * ss + ss;
+        const std::ptrdiff_t da = (2 * i & 3) * ds, db = (2 * i & 3) * ds + ds;
+        const __m128i c0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + a));
+        const __m128i c1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + b));
+        __m128i v0 = scale<Nonuniform>(c0, q, half);
+        const __m128i v1 = scale<Nonuniform>(c1, q, half);
+        pk[i] = _mm_packs_epi16(v0, v1);
+        // The extent judges the scaled DC; the stored DC is the source's.
+        if (Intra && i == 0) v0 = _mm_blend_epi16(v0, c0, 1);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + da), v0);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + db), v1);
     }
+    const __m128i cols = _mm_or_si128(_mm_or_si128(pk[0], pk[1]), _mm_or_si128(pk[2], pk[3]));
+    const __m128i rows = _mm_packs_epi16(_mm_packs_epi16(pk[0], pk[1]), _mm_packs_epi16(pk[2], pk[3]));
+    const __m128i both = _mm_blend_epi16(_mm_or_si128(cols, _mm_shuffle_epi32(cols, 0x4E)), _mm_packs_epi16(rows, rows),
+                                         0xF0);
+    uint32_t m = ~static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(both, _mm_setzero_si128())));
+    if (Intra) m |= 0x100;  // row 0 always counts
+    const int width = 31 ^ __builtin_clz(((m & 0xFF) << 1) | 1);
+    const int height = 31 ^ __builtin_clz(((m >> 7) & 0x1FE) | 1);
+    *pDstSizeNZ = {width, height};
 }
 
 template <int W, int H, bool Intra, bool Nonuniform>
@@ -99,9 +143,7 @@ MOX_VC1_QUANT_INLINE void quantInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst
     for (int i = 0; i < N; ++i) {
         __m128i c = loadReg<W>(pSrc, srcStep, i);
         if (i == 0) dc = c;
-        __m128i v = _mm_mullo_epi16(c, q);
-        if constexpr (Nonuniform) v = _mm_add_epi16(v, _mm_sign_epi16(half, c));
-        r[i] = v;
+        r[i] = scale<Nonuniform>(c, q, half);
     }
     // The extent judges the scaled DC; the stored DC is the source's.
     const MoxiSize nz = extentOf<W, H>(r, Intra);
@@ -113,23 +155,29 @@ MOX_VC1_QUANT_INLINE void quantInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst
 
 constexpr bool validSide(int n) { return n == 4 || n == 8; }
 
-// The size checks after the pointer checks, then the kernel.
+template <int W, int H, bool Nonuniform>
+void quantInvInter(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant, MoxiSize* pDstSizeNZ) {
+    quantInv<W, H, false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+}
+
+// The 4x4, 4x8 and 8x4 inter kernels (index (w - 4) / 2 | (h - 4) / 4), out
+// of line so that the 8x8 one expanded into the wrapper keeps its registers.
+using InvKernel = void (*)(const Mox16s*, int, Mox16s*, int, int, MoxiSize*);
+template <bool Nonuniform>
+constexpr InvKernel kInterSmall[3] = {quantInvInter<4, 4, Nonuniform>, quantInvInter<4, 8, Nonuniform>,
+                                      quantInvInter<8, 4, Nonuniform>};
+
+// The size checks after the pointer checks (both sides 4 or 8: each minus 4
+// is 0 or 4, and 8x8 is where both are 4), then the kernel.
 template <bool Nonuniform>
 MOX_VC1_QUANT_INLINE MoxStatus runInterInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
                                            MoxiSize roi, MoxiSize* pDstSizeNZ) {
-    MOX_CHECK(validSide(roi.height), moxStsSizeErr);
-    MOX_CHECK(validSide(roi.width), moxStsSizeErr);
-    if (roi.width == 8) {
-        if (roi.height == 8)
-            quantInv<8, 8, false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
-        else
-            quantInv<8, 4, false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
-    } else {
-        if (roi.height == 8)
-            quantInv<4, 8, false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
-        else
-            quantInv<4, 4, false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
-    }
+    const uint32_t w = static_cast<uint32_t>(roi.width) - 4, h = static_cast<uint32_t>(roi.height) - 4;
+    MOX_CHECK(((w | h) & ~4u) == 0, moxStsSizeErr);
+    if (w & h)
+        quantInv8x8<false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+    else
+        kInterSmall<Nonuniform>[(w | h >> 1) >> 1](pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
     return moxStsNoErr;
 }
 
@@ -199,28 +247,28 @@ MoxStatus runFwd(Mox16s* p, int step, int quant, MoxiSize roi) {
 MOX_FN moxiQuantInvIntraUniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep,
                                             Mox32s quant, MoxiSize* pDstSizeNZ) {
     MOX_CHECK_PTRS(pSrc, pDst, pDstSizeNZ);
-    quantInv<8, 8, true, false>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+    quantInv8x8<true, false>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
     return moxStsNoErr;
 }
 
 MOX_FN moxiQuantInvIntraNonuniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcStep, Mox16s* pDst, Mox32s dstStep,
                                                Mox32s quant, MoxiSize* pDstSizeNZ) {
     MOX_CHECK_PTRS(pSrc, pDst, pDstSizeNZ);
-    quantInv<8, 8, true, true>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+    quantInv8x8<true, true>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
     return moxStsNoErr;
 }
 
 MOX_FN moxiQuantInvIntraUniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant,
                                              MoxiSize* pDstSizeNZ) {
     MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
-    quantInv<8, 8, true, false>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
+    quantInv8x8<true, false>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
     return moxStsNoErr;
 }
 
 MOX_FN moxiQuantInvIntraNonuniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant,
                                                 MoxiSize* pDstSizeNZ) {
     MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
-    quantInv<8, 8, true, true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
+    quantInv8x8<true, true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
     return moxStsNoErr;
 }
 

@@ -171,6 +171,21 @@ TEST(QuantVC1, InverseExtents) {
     EXPECT_EQ(block[0], 16384);
     EXPECT_EQ(nz.width, 0);
     EXPECT_EQ(nz.height, 1);
+    // One coefficient anywhere in an 8x8 block: its position is the extent,
+    // unless its scaled value wraps to zero (16384 * 4).
+    for (int pos = 0; pos < 64; ++pos) {
+        for (int v : {-1, 3, 16384}) {
+            Mox16s b[64] = {}, out[64];
+            b[pos] = Mox16s(v);
+            const bool wraps = v == 16384;
+            ASSERT_EQ(moxiQuantInvInterUniform_VC1_16s_C1R(b, 16, out, 16, 4, {8, 8}, &nz), moxStsNoErr);
+            EXPECT_EQ(nz.width, wraps ? 0 : pos % 8 + 1) << pos << " " << v;
+            EXPECT_EQ(nz.height, wraps ? 0 : pos / 8 + 1) << pos << " " << v;
+            ASSERT_EQ(moxiQuantInvIntraNonuniform_VC1_16s_C1IR(b, 16, 4, &nz), moxStsNoErr);
+            EXPECT_EQ(nz.width, pos % 8 + 1) << pos << " " << v;  // 16384 * 4 + 2 is not zero
+            EXPECT_EQ(nz.height, pos / 8 + 1) << pos << " " << v;
+        }
+    }
     // 8 wide, 4 high: the last coefficient sets both.
     Mox16s b84[32] = {};
     b84[31] = -1;
