@@ -15,12 +15,16 @@ constexpr int kPadWords = 64;  // more than any one block can consume before fai
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 3) return 0;
     int mode = data[0] % 5, nC = data[1] % 20, offset = data[2] & 31;
+    bool copyTables = (data[0] / 5) & 1;
     data += 3;
     size -= 3;
     size_t streamWords = (size + 3) / 4;
     std::vector<Mox32u> words(streamWords + kPadWords, 0);
     std::memcpy(words.data(), data, size);
-    const MoxCAVLCTables_H264* t = moxiGetCAVLCTables_H264();
+    // The library's own arrays take the decoders' look-up path, a copy of
+    // them the walk through the packed tables.
+    const MoxCAVLCTables_H264 copy = *moxiGetCAVLCTables_H264();
+    const MoxCAVLCTables_H264* t = copyTables ? &copy : moxiGetCAVLCTables_H264();
     // One block's room; each call writes at most one block.
     Mox32s coeffs[16];
     Mox16s coeffs16[16];

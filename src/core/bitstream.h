@@ -68,6 +68,10 @@ public:
         }
         load();
     }
+    // The n bits after the next k, k + n <= 32, without moving.
+    uint32_t peekAfter(int k, int n) const { return static_cast<uint32_t>(win_ << k >> (64 - n)); }
+    // Leading zero bits before the next 1, counted up to `cap` (0..32). Does not move.
+    int leadingZerosUpTo(int cap) const { return __builtin_clzll(win_ | uint64_t{1} << (63 - cap)); }
     // Leading zero bits before the next 1 within the next `limit` (1..32) bits;
     // returns `limit` when they are all zero. Does not move.
     int leadingZeros(int limit) const {

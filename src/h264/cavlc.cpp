@@ -139,6 +139,157 @@ struct BuiltinRuns {
     }
 };
 
+// ---- The library's own tables: one look-up per code ----
+
+namespace tbl = mox::h264;
+
+// coeff_token through a leading-zero bucket table; 0 for no code.
+template <int Zcap, int W>
+MOX_INLINE unsigned lookUpToken(const WordReader& rd, const unsigned short* lut) {
+    int z = rd.leadingZerosUpTo(Zcap);
+    return lut[(z << W) | rd.peekAfter(z + 1, W)];
+}
+
+// The slow paths below take the cursor by value and hand it back, so that
+// the caller's cursor never has its address taken and stays in registers.
+struct CodeAndCursor {
+    WordReader rd;
+    int value;  // kInvalid for no code
+};
+
+// A level whose code is longer than the look-up's bits: the arithmetic form
+// with the escapes; the value is levelCode before the first-level adjustment.
+__attribute__((noinline)) CodeAndCursor decodeLongLevel(WordReader rd, int suffixLength) {
+    uint32_t w = rd.peek(32);
+    int prefix = w ? __builtin_clz(w) : 32;
+    int levelCode;
+    if (prefix < 14) {
+        uint32_t rest = w << prefix << 1;
+        levelCode = (prefix << suffixLength) + static_cast<int>(static_cast<uint64_t>(rest) >> (32 - suffixLength));
+        rd.skip(prefix + 1 + suffixLength);
+    } else if (!decodeEscapedLevel(rd, prefix, suffixLength, levelCode)) {
+        levelCode = kInvalid;
+    }
+    return {rd, levelCode};
+}
+
+// A code of a packed table (the library's own, for the codes its look-ups leave out).
+__attribute__((noinline)) CodeAndCursor decodeVlcOutOfLine(WordReader rd, const Mox32s* t) {
+    int v = decodeVlc(rd, t);
+    return {rd, v};
+}
+
+// The trailing ones for the three sign bits that follow coeff_token (1 for -1),
+// the fourth level left for the level loop to overwrite.
+struct Ones {
+    int v[4];
+};
+constexpr std::array<Ones, 8> makeOnes() {
+    std::array<Ones, 8> t{};
+    for (int b = 0; b < 8; ++b) t[b] = {{b & 4 ? -1 : 1, b & 2 ? -1 : 1, b & 1 ? -1 : 1, 0}};
+    return t;
+}
+alignas(16) constexpr std::array<Ones, 8> kOnes = makeOnes();
+
+// Trailing ones (signs already peeked, their bits already skipped) and levels
+// through kLevelLut.
+MOX_INLINE bool decodeLevelsFast(WordReader& rd, int tc, int t1, uint32_t signs, int* level) {
+    std::memcpy(level, &kOnes[signs], sizeof(Ones));
+    unsigned state = t1 < 3 ? 7 + (tc > 10) : 0;
+    for (int i = t1; i < tc; ++i) {
+        unsigned e = tbl::kLevelLut[state][rd.peek(tbl::kLevelBits)];
+        if (__builtin_expect(e != 0, 1)) {
+            level[i] = static_cast<signed char>(e >> 8);
+            rd.skip(e & 15);
+            state = (e >> 4) & 7;
+            continue;
+        }
+        int suffixLength = state < 7 ? static_cast<int>(state) : static_cast<int>(state) - 7;
+        CodeAndCursor c = decodeLongLevel(rd, suffixLength);
+        if (c.value == kInvalid) return false;
+        rd = c.rd;
+        int levelCode = c.value + (state < 7 ? 0 : 2);
+        int mag = (levelCode >> 1) + 1;
+        int neg = -(levelCode & 1);
+        level[i] = (mag ^ neg) - neg;
+        suffixLength += suffixLength == 0;
+        suffixLength += (mag > (3 << (suffixLength - 1))) & (suffixLength < 6);
+        state = suffixLength;
+    }
+    return true;
+}
+
+// total_zeros of 4x4 blocks: codes of up to kTotalZerosW bits in one look-up.
+struct TotalZeros4x4 {
+    MOX_INLINE int operator()(WordReader& rd, int tc) const {
+        unsigned e = tbl::kTotalZerosLut[tc][rd.peek(tbl::kTotalZerosW)];
+        if (__builtin_expect(e != 0, 1)) {
+            rd.skip(e >> 4);
+            return e & 15;
+        }
+        CodeAndCursor c = decodeVlcOutOfLine(rd, tbl::kCavlcTables.totalZeros[tc]);
+        rd = c.rd;
+        return c.value;
+    }
+};
+// total_zeros of chroma DC: complete tables, 0 only for no code.
+template <int W, size_t Rows>
+struct TotalZerosDc {
+    const std::array<std::array<unsigned char, 1 << W>, Rows>& lut;
+    MOX_INLINE int operator()(WordReader& rd, int tc) const {
+        unsigned e = lut[tc][rd.peek(W)];
+        rd.skip(e >> 4);
+        return e ? static_cast<int>(e & 15) : kInvalid;
+    }
+};
+
+// Levels, total_zeros and run_before with the library's own tables; as
+// decodeResidual below otherwise.
+template <int N, class T, class Tz, class Place>
+MOX_INLINE Result decodeResidualFast(WordReader& rd, int tc, int t1, uint32_t signs, int maxCoeff, Tz tz, T* out,
+                                     Place place) {
+    if (tc > maxCoeff) return Result::Corrupt;
+    int level[16];
+    if (!decodeLevelsFast(rd, tc, t1, signs, level)) return Result::Corrupt;
+    int z = 0;
+    if (tc < maxCoeff) {
+        z = tz(rd, tc);
+        if (z == kInvalid || tc + z > maxCoeff) return Result::Corrupt;
+    }
+    std::memset(out, 0, sizeof(T) * N);
+    int pos = tc - 1 + z;
+    int i = 0;
+    const int last = tc - 1;
+    // Seven or more zeros left: one run at a time, down to at most six.
+    while (i < last && z >= 7) {
+        int run = BuiltinRuns{}(rd, z);
+        if (run < 0) return Result::Corrupt;
+        out[place(pos)] = static_cast<T>(level[i++]);
+        pos -= run + 1;
+        z -= run;
+    }
+    // Then two coefficients per look-up while both have a run_before...
+    while (i < last - 1 && z > 0) {
+        unsigned e = tbl::kRunStepLut[z][rd.peek(6)];
+        out[place(pos)] = static_cast<T>(level[i]);
+        out[place(pos - 1 - static_cast<int>((e >> 4) & 7))] = static_cast<T>(level[i + 1]);
+        int both = static_cast<int>(e >> 7);
+        pos -= both + 2;
+        z -= both;
+        i += 2;
+        rd.skip(e & 15);
+    }
+    // ...and one when a single one is left.
+    if (i < last && z > 0) {
+        unsigned e = tbl::kRunLut[z][rd.peek(3)];
+        out[place(pos)] = static_cast<T>(level[i++]);
+        pos -= (e & 15) + 1;
+        rd.skip(e >> 4);
+    }
+    for (; i < tc; ++i) out[place(pos--)] = static_cast<T>(level[i]);
+    return Result::Ok;
+}
+
 // Levels, total_zeros and run_before of a block with TotalCoeff tc of at
 // most maxCoeff coefficients; the N outputs are cleared once the counts are
 // known to be consistent and scan index i (0..maxCoeff-1) lands in
@@ -264,6 +415,49 @@ __attribute__((noinline)) MoxStatus decodeBlock(Mox32u** ppBitStream, int* pBitO
     return moxStsNoErr;
 }
 
+// One 4x4 block with the library's own tables.
+template <class T>
+__attribute__((noinline)) MoxStatus decodeBlockFast(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,
+                                                    T** ppCoeffs, int vlcSelect, int maxNumCoeff,
+                                                    const Mox32s* pScanMatrix) {
+    WordReader rd(*ppBitStream, *pBitOffset);
+    int tc, t1, len;
+    if (vlcSelect >= 8) {
+        uint32_t flc = rd.peek(6);
+        t1 = flc & 3;
+        tc = (flc >> 2) + 1;
+        if (flc == 3) tc = t1 = 0;
+        if (t1 > tc) {  // the count is reported as for any corrupt block
+            *pNumCoeff = static_cast<Mox16s>(tc);
+            return moxStsBitstreamErr;
+        }
+        len = 6;
+    } else {
+        // Table 0 for nC 0..1, 1 for 2..3, 2 for 4..7: two bits per nC.
+        unsigned cls = (0xAA50u >> (2 * vlcSelect)) & 3;
+        unsigned e = lookUpToken<tbl::kTokenZcap, tbl::kTokenW>(rd, tbl::kTokenLut[cls].data());
+        if (!e) return moxStsBitstreamErr;
+        len = e & 31;
+        t1 = (e >> 5) & 3;
+        tc = static_cast<int>(e >> 8);
+    }
+    *pNumCoeff = static_cast<Mox16s>(tc);
+    // Up to three sign bits after the token, 1 for -1; t1 of them are used.
+    uint32_t signs = rd.peekAfter(len, 3);
+    rd.skip(len + t1);
+    if (tc == 0) {
+        rd.commit(ppBitStream, pBitOffset);
+        return moxStsNoErr;
+    }
+    const Mox32s* scan = pScanMatrix + (16 - maxNumCoeff);
+    Result r = decodeResidualFast<16>(rd, tc, t1, signs, maxNumCoeff, TotalZeros4x4{}, *ppCoeffs,
+                                      [scan](int pos) { return scan[pos] & 15; });
+    if (r != Result::Ok) return moxStsBitstreamErr;
+    *ppCoeffs += 16;
+    rd.commit(ppBitStream, pBitOffset);
+    return moxStsNoErr;
+}
+
 template <class T>
 MoxStatus decodeCoeffs(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, T** ppCoeffs, int vlcSelect,
                        Mox16s maxNumCoeff, const Mox32s* const* ppTblCoeffToken, const Mox32s* const* ppTblTotalZeros,
@@ -272,6 +466,9 @@ MoxStatus decodeCoeffs(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,
                    pScanMatrix);
     MOX_CHECK_PTRS(*ppBitStream, *ppCoeffs);
     MOX_CHECK((maxNumCoeff == 16 || maxNumCoeff == 15) && vlcSelect >= 0, moxStsOutOfRangeErr);
+    const MoxCAVLCTables_H264& own = mox::h264::kCavlcTables;
+    if (ppTblCoeffToken == own.coeffToken && ppTblTotalZeros == own.totalZeros && ppTblRunBefore == own.runBefore)
+        return decodeBlockFast(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff, pScanMatrix);
     if (ppTblRunBefore == mox::h264::kCavlcTables.runBefore)
         return decodeBlock(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff, ppTblCoeffToken,
                            ppTblTotalZeros, BuiltinRuns{}, pScanMatrix);
@@ -312,9 +509,30 @@ MoxStatus decodeChromaDc(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoef
         }
     }
     MOX_CHECK_PTRS(pTblCoeffToken, ppTblTotalZeros, ppTblRunBefore);
-    int token = decodeVlc(rd, pTblCoeffToken);
-    if (token == kInvalid) return moxStsBitstreamErr;
-    int tc = token >> 8, t1 = token & 0xFF;
+    const MoxCAVLCTables_H264& own = mox::h264::kCavlcTables;
+    const bool fast = ppTblRunBefore == own.runBefore &&
+                      (N == 4 ? pTblCoeffToken == own.coeffTokenChromaDc && ppTblTotalZeros == own.totalZerosChromaDc
+                              : pTblCoeffToken == own.coeffTokenChroma422Dc &&
+                                    ppTblTotalZeros == own.totalZerosChroma422Dc);
+    int tc, t1;
+    uint32_t signs = 0;
+    if (fast) {
+        unsigned e = N == 4 ? lookUpToken<tbl::kTokenChromaDcZcap, tbl::kTokenChromaDcW>(
+                                  rd, tbl::kTokenChromaDcLut.data())
+                            : lookUpToken<tbl::kTokenChroma422DcZcap, tbl::kTokenChroma422DcW>(
+                                  rd, tbl::kTokenChroma422DcLut.data());
+        if (!e) return moxStsBitstreamErr;
+        int len = e & 31;
+        t1 = (e >> 5) & 3;
+        tc = static_cast<int>(e >> 8);
+        signs = rd.peekAfter(len, 3);
+        rd.skip(len);
+    } else {
+        int token = decodeVlc(rd, pTblCoeffToken);
+        if (token == kInvalid) return moxStsBitstreamErr;
+        tc = token >> 8;
+        t1 = token & 0xFF;
+    }
     if (tc > N) return moxStsBitstreamErr;
     if (tc == 0) {
         *pNumCoeff = 0;
@@ -324,7 +542,21 @@ MoxStatus decodeChromaDc(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoef
     MOX_CHECK_PTRS(ppCoeffs);
     MOX_CHECK_PTRS(*ppCoeffs);
     *pNumCoeff = static_cast<Mox16s>(tc);
-    Result r = decodeResidual<N>(rd, tc, t1, N, ppTblTotalZeros, ppTblRunBefore, *ppCoeffs, [](int p) { return p; });
+    auto raster = [](int p) { return p; };
+    Result r;
+    if (fast) {
+        rd.skip(t1);
+        if constexpr (N == 4)
+            r = decodeResidualFast<N>(rd, tc, t1, signs, N,
+                                      TotalZerosDc<tbl::kTotalZerosChromaDcW, 4>{tbl::kTotalZerosChromaDcLut},
+                                      *ppCoeffs, raster);
+        else
+            r = decodeResidualFast<N>(rd, tc, t1, signs, N,
+                                      TotalZerosDc<tbl::kTotalZerosChroma422DcW, 8>{tbl::kTotalZerosChroma422DcLut},
+                                      *ppCoeffs, raster);
+    } else {
+        r = decodeResidual<N>(rd, tc, t1, N, ppTblTotalZeros, ppTblRunBefore, *ppCoeffs, raster);
+    }
     if (r != Result::Ok) return statusOf(r);
     *ppCoeffs += N;
     rd.commit(ppBitStream, pBitOffset);

@@ -190,6 +190,131 @@ constexpr std::array<std::array<unsigned short, 64>, 7> makeRunPairLut() {
 }
 inline constexpr auto kRunPairLut = makeRunPairLut();
 
+// Single-look-up forms of the code tables for the decoders' own fast path.
+//
+// Leading-zero buckets: a code set whose codes (but one) have a 1 within
+// their first zcap bits is looked up as [z][s], z the leading zeros counted
+// up to zcap and s the w bits after the first 1. Bucket zcap holds the code
+// that is zcap zeros, when the set has one; otherwise it is all "no code".
+// Entry: length | value << 5, 0 for no code.
+template <int Zcap, int W, size_t N>
+constexpr std::array<unsigned short, (Zcap + 1) << W> buildBuckets(const unsigned char (&len)[N],
+                                                                   const unsigned char (&bits)[N],
+                                                                   int (*value)(size_t)) {
+    std::array<unsigned short, (Zcap + 1) << W> lut{};
+    for (size_t i = 0; i < N; ++i) {
+        int l = len[i];
+        if (!l) continue;
+        unsigned b = bits[i];
+        int z = 0;
+        while (z < l && !((b >> (l - 1 - z)) & 1)) ++z;
+        int tail = l - z - 1;  // code bits after the first 1
+        if (z > Zcap || (z == Zcap && tail != -1) || (z < Zcap && tail > W)) throw "code does not fit the buckets";
+        int first = 0, count = 1 << W;
+        if (z < Zcap) {
+            first = static_cast<int>(b & ((1u << tail) - 1)) << (W - tail);
+            count = 1 << (W - tail);
+        }
+        for (int s = first; s < first + count; ++s) {
+            unsigned short& slot = lut[(z << W) + s];
+            if (slot) throw "overlapping codes";
+            slot = static_cast<unsigned short>(l | value(i) << 5);
+        }
+    }
+    return lut;
+}
+
+constexpr int tokenValue(size_t i) { return static_cast<int>((i >> 2) << 3 | (i & 3)); }
+
+// coeff_token: entry = length | TrailingOnes << 5 | TotalCoeff << 8.
+inline constexpr int kTokenZcap = 15, kTokenW = 3;
+inline constexpr std::array<std::array<unsigned short, 128>, 3> kTokenLut = {
+    buildBuckets<kTokenZcap, kTokenW>(kCoeffTokenLen[0], kCoeffTokenBits[0], tokenValue),
+    buildBuckets<kTokenZcap, kTokenW>(kCoeffTokenLen[1], kCoeffTokenBits[1], tokenValue),
+    buildBuckets<kTokenZcap, kTokenW>(kCoeffTokenLen[2], kCoeffTokenBits[2], tokenValue)};
+inline constexpr int kTokenChromaDcZcap = 7, kTokenChromaDcW = 2;
+inline constexpr auto kTokenChromaDcLut = buildBuckets<kTokenChromaDcZcap, kTokenChromaDcW>(
+    kCoeffTokenChromaDcLen, kCoeffTokenChromaDcBits, tokenValue);
+inline constexpr int kTokenChroma422DcZcap = 11, kTokenChroma422DcW = 3;
+inline constexpr auto kTokenChroma422DcLut = buildBuckets<kTokenChroma422DcZcap, kTokenChroma422DcW>(
+    kCoeffTokenChroma422DcLen, kCoeffTokenChroma422DcBits, tokenValue);
+
+// total_zeros [TotalCoeff][next W bits] = length << 4 | total_zeros, 0 for
+// no code or for a code longer than W bits (decoded from the packed table).
+template <int Rows, int W, size_t Cols>
+constexpr std::array<std::array<unsigned char, 1 << W>, Rows + 1> buildFlat(const unsigned char (&len)[Rows][Cols],
+                                                                           const unsigned char (&bits)[Rows][Cols]) {
+    std::array<std::array<unsigned char, 1 << W>, Rows + 1> lut{};
+    for (int r = 0; r < Rows; ++r) {
+        for (size_t v = 0; v < Cols; ++v) {
+            int l = len[r][v];
+            if (!l || l > W) continue;
+            for (unsigned x = 0; x < (1u << (W - l)); ++x) {
+                unsigned char& slot = lut[r + 1][bits[r][v] << (W - l) | x];
+                if (slot) throw "overlapping codes";
+                slot = static_cast<unsigned char>(l << 4 | v);
+            }
+        }
+    }
+    return lut;
+}
+inline constexpr int kTotalZerosW = 6;
+inline constexpr auto kTotalZerosLut = buildFlat<15, kTotalZerosW>(kTotalZerosLen, kTotalZerosBits);
+inline constexpr int kTotalZerosChromaDcW = 3;
+inline constexpr auto kTotalZerosChromaDcLut =
+    buildFlat<3, kTotalZerosChromaDcW>(kTotalZerosChromaDcLen, kTotalZerosChromaDcBits);
+inline constexpr int kTotalZerosChroma422DcW = 5;
+inline constexpr auto kTotalZerosChroma422DcLut =
+    buildFlat<7, kTotalZerosChroma422DcW>(kTotalZerosChroma422DcLen, kTotalZerosChroma422DcBits);
+
+// Levels (clause 9.2.2.1) looked up on the next kLevelBits bits, by state:
+// suffixLength 0..6, then 7 and 8 for suffixLength 0 and 1 on the first level
+// after fewer than three trailing ones (its levelCode is 2 more). Entry: code
+// length in bits 0..3, the next suffixLength in bits 4..6, the level in the
+// signed high byte; 0 for a code longer than kLevelBits (escapes included).
+inline constexpr int kLevelBits = 8;
+constexpr std::array<std::array<unsigned short, 1 << kLevelBits>, 9> makeLevelLut() {
+    std::array<std::array<unsigned short, 1 << kLevelBits>, 9> lut{};
+    for (int state = 0; state < 9; ++state) {
+        int suffixLength = state < 7 ? state : state - 7;
+        int bump = state < 7 ? 0 : 2;
+        for (unsigned v = 0; v < (1u << kLevelBits); ++v) {
+            int prefix = 0;
+            while (prefix < kLevelBits && !((v >> (kLevelBits - 1 - prefix)) & 1)) ++prefix;
+            int len = prefix + 1 + suffixLength;
+            if (prefix >= 14 || len > kLevelBits) continue;
+            unsigned suffix = (v >> (kLevelBits - len)) & ((1u << suffixLength) - 1);
+            int levelCode = (prefix << suffixLength) + static_cast<int>(suffix) + bump;
+            int mag = (levelCode >> 1) + 1;
+            int level = levelCode & 1 ? -mag : mag;
+            int next = suffixLength ? suffixLength : 1;
+            if (mag > (3 << (next - 1)) && next < 6) ++next;
+            if (level < -128 || level > 127) throw "level does not fit the entry";
+            lut[state][v] = static_cast<unsigned short>((level & 0xFF) << 8 | next << 4 | len);
+        }
+    }
+    return lut;
+}
+inline constexpr auto kLevelLut = makeLevelLut();
+
+// Two coefficients' run_before codes on the next 6 bits while fewer than
+// seven zeros are left, for a decoder that places both coefficients at once:
+// bits 0..3 the length of both codes, 4..6 the first run, 7..9 the sum of
+// the runs. A first run that uses up every zero reads no second code and
+// gives the second coefficient run 0 (it then sits right below the first).
+constexpr std::array<std::array<unsigned short, 64>, 7> makeRunStepLut() {
+    std::array<std::array<unsigned short, 64>, 7> lut{};
+    for (int z = 1; z <= 6; ++z) {
+        for (unsigned v = 0; v < 64; ++v) {
+            unsigned e = kRunPairLut[z][v];
+            unsigned run1 = e & 15, run2 = (e >> 4) & 15, bits = ((e >> 8) & 7) + ((e >> 11) & 7);
+            lut[z][v] = static_cast<unsigned short>(bits | run1 << 4 | (run1 + run2) << 7);
+        }
+    }
+    return lut;
+}
+inline constexpr auto kRunStepLut = makeRunStepLut();
+
 // The tables handed out by moxiGetCAVLCTables_H264; decoders recognise them
 // and use the look-ups above instead of walking the packed form.
 extern const MoxCAVLCTables_H264 kCavlcTables;
