@@ -159,7 +159,7 @@ struct CodeAndCursor {
 
 // A level whose code is longer than the look-up's bits: the arithmetic form
 // with the escapes; the value is levelCode before the first-level adjustment.
-__attribute__((noinline)) CodeAndCursor decodeLongLevel(WordReader rd, int suffixLength) {
+MOX_INLINE CodeAndCursor decodeLongLevel(WordReader rd, int suffixLength) {
     uint32_t w = rd.peek(32);
     int prefix = w ? __builtin_clz(w) : 32;
     int levelCode;
