@@ -402,13 +402,19 @@ void Decoder::Impl::decodeSliceData() {
     }
 }
 
-void Decoder::Impl::decodeSkip(int mbAddr) {
+// A macroblock's address and its position in macroblocks and in 4x4 blocks.
+static Mb placeMb(int mbAddr, int mbW) {
     Mb mb;
     mb.addr = mbAddr;
     mb.x = mbAddr % mbW;
     mb.y = mbAddr / mbW;
     mb.gx = mb.x * 4;
     mb.gy = mb.y * 4;
+    return mb;
+}
+
+void Decoder::Impl::decodeSkip(int mbAddr) {
+    Mb mb = placeMb(mbAddr, mbW);
     MbInfo& info = mbs[size_t(mbAddr)];
     info.slice = int16_t(sliceNum);
     info.intra = false;
@@ -422,12 +428,7 @@ void Decoder::Impl::decodeSkip(int mbAddr) {
 }
 
 void Decoder::Impl::decodeMacroblock(int mbAddr) {
-    Mb mb;
-    mb.addr = mbAddr;
-    mb.x = mbAddr % mbW;
-    mb.y = mbAddr / mbW;
-    mb.gx = mb.x * 4;
-    mb.gy = mb.y * 4;
+    Mb mb = placeMb(mbAddr, mbW);
     mb.end = mb.coeffs;
     MbInfo& info = mbs[size_t(mbAddr)];
     info.slice = int16_t(sliceNum);

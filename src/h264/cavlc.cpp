@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <type_traits>
 
 #include "core/bitstream.h"
 #include "core/check.h"
@@ -313,25 +312,6 @@ MOX_INLINE Result decodeResidual(WordReader& rd, int tc, int t1, int maxCoeff, c
     int pos = tc - 1 + z;
     int i = 0;
     const int last = tc - 1;
-    if constexpr (std::is_same_v<Runs, BuiltinRuns>) {
-        // Two runs per look-up while fewer than seven zeros are left.
-        while (i < last && z > 0 && z < 7) {
-            unsigned e = mox::h264::kRunPairLut[z][rd.peek(6)];
-            int run = e & 15;
-            out[place(pos)] = static_cast<T>(level[i++]);
-            pos -= run + 1;
-            z -= run;
-            if (i < last && z > 0) {
-                run = (e >> 4) & 15;
-                out[place(pos)] = static_cast<T>(level[i++]);
-                pos -= run + 1;
-                z -= run;
-                rd.skip(((e >> 8) & 7) + ((e >> 11) & 7));
-            } else {
-                rd.skip((e >> 8) & 7);
-            }
-        }
-    }
     for (; i < last && z > 0; ++i) {
         int run = runs(rd, z);
         if (run < 0) return run == kNullTable ? Result::NullTable : Result::Corrupt;
