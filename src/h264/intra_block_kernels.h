@@ -614,39 +614,52 @@ bool predict8x8DC(T* p, int step, int avail, int bitDepth) {
 
 // ---------------------------------------------------------------- 16x16 blocks of 8-bit samples (clause 8.3.3)
 
-// Sum of the 16 left-column samples through four independent row pointers
-// (rows y, y + 4, y + 8, y + 12).
+// 3 x step, opaque to the compiler: the rows of a group of four are then
+// addressed from one or two bases with index forms rather than through a
+// serial chain of pointer additions, which also ties up more registers.
+inline std::ptrdiff_t triple(std::ptrdiff_t s) {
+    std::ptrdiff_t t = 3 * s;
+    asm("" : "+r"(t));
+    return t;
+}
+
+// Sum of the 16 left-column samples, four rows per step from one pointer,
+// into two running sums. The empty asm keeps the compiler from regrouping the
+// sums, which would keep many loaded samples live at once (and registers
+// saved and restored around the predictor).
 inline int leftSum16(const Mox8u* p, int step) {
-    const std::ptrdiff_t s = step;
-    const Mox8u *q0 = p - 1, *q1 = q0 + 4 * s, *q2 = q0 + 8 * s, *q3 = q0 + 12 * s;
+    const std::ptrdiff_t s = step, s3 = triple(s);
+    const Mox8u* q = p - 1;
     int a = 0, b = 0;
 #pragma GCC unroll 4
-    for (int y = 0; y < 4; ++y, q0 += s, q1 += s, q2 += s, q3 += s) {
-        a += *q0 + *q1;
-        b += *q2 + *q3;
+    for (int y = 0; y < 16; y += 4, q += 4 * s) {
+        a += q[0];
+        b += q[s];
+        asm("" : "+r"(a), "+r"(b));
+        a += q[2 * s];
+        b += q[s3];
+        asm("" : "+r"(a), "+r"(b));
     }
     return a + b;
 }
 
 // The DC value of a 16x16 block: the mean of the available upper row and
-// left column, else 128.
+// left column, else 128. The rounding term and shift of each availability
+// come from one constant: (sum + round) >> shift with round 128 and shift 0
+// when neither side is there.
 inline int dc16x16Value(const Mox8u* p, int step, int avail) {
-    int st = 0, sl = 0;
+    int sum = 0;
+    if (avail & kAvailLeft) sum = leftSum16(p, step);
     if (avail & kAvailUp) {
+        // Two sums of eight samples, each below 2^16.
         __m128i s = _mm_sad_epu8(loadu(row(p, step, -1)), _mm_setzero_si128());
-        st = _mm_cvtsi128_si32(_mm_add_epi32(s, _mm_unpackhi_epi64(s, s)));
+        sum += _mm_cvtsi128_si32(s) + _mm_extract_epi16(s, 4);
     }
-    if (avail & kAvailLeft) sl = leftSum16(p, step);
-    switch (avail & (kAvailUp | kAvailLeft)) {
-        case kAvailUp | kAvailLeft:
-            return (st + sl + 16) >> 5;
-        case kAvailUp:
-            return (st + 8) >> 4;
-        case kAvailLeft:
-            return (sl + 8) >> 4;
-        default:
-            return 128;
-    }
+    static_assert(kAvailUp == 1 && kAvailLeft == 2);
+    // Per avail & 3 (none, up, left, both): shift in the low byte, round in the high one.
+    constexpr uint64_t kRoundShift = 0x1005'0804'0804'8000;
+    const unsigned rs = static_cast<unsigned>(kRoundShift >> (16 * (avail & 3)));
+    return (sum + static_cast<int>((rs >> 8) & 0xFF)) >> (rs & 0xFF);
 }
 
 // The plane mode as base + b * x + c * y (before the >> 5), x, y = 0 .. 15.
@@ -701,17 +714,15 @@ struct PlaneRows16 {
     }
 };
 
-// The 16 rows of a 16x16 block set to v, through four independent row
-// pointers (rows y, y + 4, y + 8, y + 12).
+// The 16 rows of a 16x16 block set to v, four rows per step from one pointer.
 inline void fill16x16(Mox8u* p, int step, __m128i v) {
-    const std::ptrdiff_t s = step;
-    Mox8u *q0 = p, *q1 = p + 4 * s, *q2 = p + 8 * s, *q3 = p + 12 * s;
+    const std::ptrdiff_t s = step, s3 = triple(s);
 #pragma GCC unroll 4
-    for (int y = 0; y < 4; ++y, q0 += s, q1 += s, q2 += s, q3 += s) {
-        storeu(q0, v);
-        storeu(q1, v);
-        storeu(q2, v);
-        storeu(q3, v);
+    for (int y = 0; y < 16; y += 4, p += 4 * s) {
+        storeu(p, v);
+        storeu(p + s, v);
+        storeu(p + 2 * s, v);
+        storeu(p + s3, v);
     }
 }
 

@@ -245,6 +245,14 @@ using mox::h264::Predictors;
 
 namespace {
 
+// The plane mode of the exported 16x16 predictor, out of line so that its
+// register needs do not cost the other modes saved registers; reached by a
+// tail jump.
+[[gnu::noinline]] MoxStatus predictPlane16Alone(Mox8u* p, int step) {
+    mox::h264::intra::predictPlane16(p, step);
+    return moxStsNoErr;
+}
+
 // The stand-alone 4x4 predictors read each neighbouring sample on its own:
 // nothing around the block beyond them need exist.
 using namespace mox::h264::intra;
@@ -268,12 +276,12 @@ MOX_FN moxiPredictIntra_16x16_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mo
     MOX_CHECK(predMode < 0 || predMode > 3 || mox::h264::canPredict16x16(predMode, availability),
               moxStsIntraNeighbourErr);
     MOX_CHECK(predMode >= 0 && predMode <= 3, moxStsOutOfRangeErr);
-    // Each mode's kernel called directly, not through the table.
+    // Each mode's kernel inline (plane: one jump): no table, no copy of the neighbours.
     switch (predMode) {
-        case 0: mox::h264::predict16x16V<Mox8u>(pSrcDst, srcdstStep, availability, 8); break;
-        case 1: mox::h264::predict16x16H<Mox8u>(pSrcDst, srcdstStep, availability, 8); break;
-        case 2: mox::h264::predict16x16DC<Mox8u>(pSrcDst, srcdstStep, availability, 8); break;
-        default: mox::h264::predict16x16Plane<Mox8u>(pSrcDst, srcdstStep, availability, 8); break;
+        case 0: predictV16(pSrcDst, srcdstStep); break;
+        case 1: predictH16(pSrcDst, srcdstStep); break;
+        case 2: predictDC16(pSrcDst, srcdstStep, availability); break;
+        default: return predictPlane16Alone(pSrcDst, srcdstStep);
     }
     return moxStsNoErr;
 }

@@ -112,12 +112,14 @@ inline void add4x4(P* blk, int step, const C* c, const C* dc, bool ac, int qp, c
         addResidual4x4Scaled(blk, step, c, dc, ac, qp, ls, bitDepth, blk, step, nullptr);
 }
 
-// ---------------------------------------------------------------- two 4x4 blocks side by side (16-bit levels, 8-bit
-// samples) Each block's levels are loaded as rows (0|1) and (2|3) and dequantised in that layout. Interleaving them
-// gives registers j = (column j of the left block | column j of the right one), so one pass runs the row transform of
-// both blocks; a transpose of the 4x4 halves and a second pass do the
-// columns, and the results are the 8-sample rows of the pair. The arithmetic
-// is exactly that of addResidual4x4 (flat: saturating) and
+// ---------------------------------------------------------------- two 4x4 blocks side by side
+// (16-bit levels, 8-bit samples). Each block's levels are loaded as rows
+// (0|1) and (2|3) and dequantised in that layout. Three unpack stages turn the
+// pair into registers j = column j of both blocks, their lanes alternating
+// between the left and the right block (a0j b0j a1j b1j ..), so one pass runs
+// the row transform of both; from that lane order two unpack stages give the
+// 8-sample rows of the pair, and a second pass does the columns. The
+// arithmetic is exactly that of addResidual4x4 (flat: saturating) and
 // addResidual4x4Scaled (wrapping).
 
 inline constexpr Mox16s kZeroLevels[16] = {};
@@ -128,17 +130,6 @@ inline constexpr std::array<uint8_t, 256> kBitCount8 = [] {
     for (int v = 1; v < 256; ++v) t[v] = static_cast<uint8_t>(t[v >> 1] + (v & 1));
     return t;
 }();
-
-inline void transposeHalves(__m128i& r0, __m128i& r1, __m128i& r2, __m128i& r3) {
-    __m128i t0 = _mm_unpacklo_epi16(r0, r1), t1 = _mm_unpackhi_epi16(r0, r1);
-    __m128i t2 = _mm_unpacklo_epi16(r2, r3), t3 = _mm_unpackhi_epi16(r2, r3);
-    __m128i u0 = _mm_unpacklo_epi32(t0, t2), u1 = _mm_unpackhi_epi32(t0, t2);
-    __m128i u2 = _mm_unpacklo_epi32(t1, t3), u3 = _mm_unpackhi_epi32(t1, t3);
-    r0 = _mm_unpacklo_epi64(u0, u2);
-    r1 = _mm_unpackhi_epi64(u0, u2);
-    r2 = _mm_unpacklo_epi64(u1, u3);
-    r3 = _mm_unpackhi_epi64(u1, u3);
-}
 
 template <bool Sat>
 inline __m128i add16(__m128i a, __m128i b) {
@@ -201,7 +192,7 @@ struct PairScale {
 };
 
 // The residual rows (left | right) of blocks a and b; with HasDc, their DCs
-// replaced by lanes 0 and 4 of d (the other lanes zero).
+// replaced by lanes 0 and 1 of d.
 template <Quant Q, bool Left, bool HasDc>
 [[gnu::always_inline]] inline void pairRows(const Mox16s* a, const Mox16s* b, __m128i d, const PairScale<Q>& q,
                                             __m128i* x) {
@@ -209,25 +200,38 @@ template <Quant Q, bool Left, bool HasDc>
     auto ld = [](const Mox16s* v) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(v)); };
     __m128i a01 = q.template scaled<Left>(ld(a), q.m01), a23 = q.template scaled<Left>(ld(a + 8), q.m23);
     __m128i b01 = q.template scaled<Left>(ld(b), q.m01), b23 = q.template scaled<Left>(ld(b + 8), q.m23);
-    __m128i ac01, ac23, bc01, bc23;
-    columns(a01, a23, ac01, ac23);
-    columns(b01, b23, bc01, bc23);
-    x[0] = _mm_unpacklo_epi64(ac01, bc01);
-    x[1] = _mm_unpackhi_epi64(ac01, bc01);
-    x[2] = _mm_unpacklo_epi64(ac23, bc23);
-    x[3] = _mm_unpackhi_epi64(ac23, bc23);
-    // x[0] holds column 0 of both blocks, the DCs in lanes 0 and 4: replaced
-    // there, and with wrap-around the rounding term rides on them, as it
-    // reaches every output once.
-    if constexpr (HasDc) x[0] = _mm_add_epi16(_mm_and_si128(x[0], _mm_setr_epi16(0, -1, -1, -1, 0, -1, -1, -1)), d);
-    if constexpr (!Sat) x[0] = _mm_add_epi16(x[0], _mm_setr_epi16(32, 0, 0, 0, 32, 0, 0, 0));
+    // Rows i of both blocks interleaved (ai0 bi0 ai1 bi1 ..), then row pairs,
+    // then columns j = (a0j b0j a1j b1j a2j b2j a3j b3j).
+    __m128i u0 = _mm_unpacklo_epi16(a01, b01), u1 = _mm_unpackhi_epi16(a01, b01);
+    __m128i u2 = _mm_unpacklo_epi16(a23, b23), u3 = _mm_unpackhi_epi16(a23, b23);
+    __m128i m0 = _mm_unpacklo_epi32(u0, u1), m1 = _mm_unpackhi_epi32(u0, u1);
+    __m128i m2 = _mm_unpacklo_epi32(u2, u3), m3 = _mm_unpackhi_epi32(u2, u3);
+    x[0] = _mm_unpacklo_epi64(m0, m2);
+    x[1] = _mm_unpackhi_epi64(m0, m2);
+    x[2] = _mm_unpacklo_epi64(m1, m3);
+    x[3] = _mm_unpackhi_epi64(m1, m3);
+    // The DCs sit in lanes 0 and 1 of x[0]: replaced there, and with
+    // wrap-around the rounding term rides on them, as it reaches every output
+    // once.
+    if constexpr (HasDc) x[0] = _mm_blend_epi16(x[0], d, 0x03);
+    if constexpr (!Sat) x[0] = _mm_add_epi16(x[0], _mm_setr_epi16(32, 32, 0, 0, 0, 0, 0, 0));
     idctAcross<Sat>(x);
-    transposeHalves(x[0], x[1], x[2], x[3]);
+    // (a0j a0j+1 b0j b0j+1 a1j ..) for j = 0, 2, then rows i = (ai0..ai3 | bi0..bi3).
+    __m128i p0 = _mm_unpacklo_epi16(x[0], x[1]), p1 = _mm_unpackhi_epi16(x[0], x[1]);
+    __m128i p2 = _mm_unpacklo_epi16(x[2], x[3]), p3 = _mm_unpackhi_epi16(x[2], x[3]);
+    x[0] = _mm_unpacklo_epi32(p0, p2);
+    x[1] = _mm_unpackhi_epi32(p0, p2);
+    x[2] = _mm_unpacklo_epi32(p1, p3);
+    x[3] = _mm_unpackhi_epi32(p1, p3);
     idctAcross<Sat>(x);
-    // The final >> 6 as a multiply by 2^10 keeping the high half, on the multiplier pipes.
-    const __m128i k = _mm_set1_epi16(1 << 10);
+    // The final >> 6 on the multiplier pipes: wrapping, the rounding term is
+    // in already and a multiply by 2^10 keeps the high half; saturating,
+    // pmulhrsw by 2^9 gives (x + 32) >> 6 without the saturation, which
+    // differs (512 for 511) only where x + 32 saturates, and there the sample
+    // clamps to 255 either way. Only samples leave these rows.
 #pragma GCC unroll 4
-    for (int i = 0; i < 4; ++i) x[i] = _mm_mulhi_epi16(Sat ? _mm_adds_epi16(x[i], _mm_set1_epi16(32)) : x[i], k);
+    for (int i = 0; i < 4; ++i)
+        x[i] = Sat ? _mm_mulhrs_epi16(x[i], _mm_set1_epi16(1 << 9)) : _mm_mulhi_epi16(x[i], _mm_set1_epi16(1 << 10));
 }
 
 template <Quant Q, bool Left>
@@ -235,7 +239,7 @@ inline void addPairShifted(Mox8u* p, int step, const Mox16s* a, const Mox16s* b,
                            const PairScale<Q>& q) {
     __m128i x[4];
     if (dc)
-        pairRows<Q, Left, true>(a, b, _mm_cvtepu16_epi64(_mm_cvtsi32_si128(static_cast<int>(intra::load32(dc)))), q, x);
+        pairRows<Q, Left, true>(a, b, _mm_cvtsi32_si128(static_cast<int>(intra::load32(dc))), q, x);
     else
         pairRows<Q, Left, false>(a, b, _mm_setzero_si128(), q, x);
     addRows8x4(p, step, x);
@@ -329,7 +333,7 @@ template <Quant Q, bool Left, int Half>
     if (acs) {
         const Mox16s* a = acs & 1 ? c : kZeroLevels;
         const Mox16s* b = acs & 2 ? c + (acs & 1 ? 16 : 0) : kZeroLevels;
-        pairRows<Q, Left, true>(a, b, _mm_cvtepu16_epi64(Half ? _mm_srli_si128(dc4, 4) : dc4), q, x);
+        pairRows<Q, Left, true>(a, b, Half ? _mm_srli_si128(dc4, 4) : dc4, q, x);
     } else {
         const __m128i spread = Half ? _mm_setr_epi8(4, 5, 4, 5, 4, 5, 4, 5, 6, 7, 6, 7, 6, 7, 6, 7)
                                     : _mm_setr_epi8(0, 1, 0, 1, 0, 1, 0, 1, 2, 3, 2, 3, 2, 3, 2, 3);
@@ -342,7 +346,7 @@ template <Quant Q, bool Left, int Half>
 
 // pred(lo, hi) gives the next row's prediction in 16-bit lanes (0..255).
 template <Quant Q, bool Left, class Pred>
-inline void intra16x16Strips(const Mox16s*& c, Mox8u* mb, int step, const Mox16s* dc, Mox32u cbp,
+[[gnu::always_inline]] inline void intra16x16Strips(const Mox16s*& c, Mox8u* mb, int step, const Mox16s* dc, Mox32u cbp,
                              const PairScale<Q>& q, Pred&& pred) {
     const unsigned ac = (cbp >> 1) & 0xFFFF;  // AC levels of block k: bit k
     const std::ptrdiff_t s1 = step;
@@ -353,6 +357,8 @@ inline void intra16x16Strips(const Mox16s*& c, Mox8u* mb, int step, const Mox16s
         return k <= 8 ? kBitCount8[acLo & ((1u << k) - 1)] : nLo + kBitCount8[acHi & ((1u << (k - 8)) - 1)];
     };
     Mox8u* d = mb;
+    // Unrolled: the block numbers, masks and DC lanes become constants.
+#pragma GCC unroll 4
     for (int sy = 0; sy < 4; ++sy) {
         // Blocks k, k + 1 (left pair) and k + 4, k + 5 (right pair).
         const int k = (sy >> 1) * 8 + (sy & 1) * 2;
@@ -393,7 +399,8 @@ inline void intra16x16Residual(const Mox16s*& c, Mox8u* mb, int step, int mode, 
         }
         case 2: {
             const __m128i v = _mm_set1_epi16(static_cast<short>(intra::dc16x16Value(mb, step, avail)));
-            intra16x16Strips<Q, Left>(c, mb, step, dc, cbp, q, [&](__m128i& l, __m128i& h) { l = h = v; });
+            // v by value: a reference would be reloaded after every row stored.
+            intra16x16Strips<Q, Left>(c, mb, step, dc, cbp, q, [v](__m128i& l, __m128i& h) { l = h = v; });
             break;
         }
         default: {
