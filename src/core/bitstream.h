@@ -30,6 +30,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "moxvc.h"
 
@@ -105,7 +106,17 @@ public:
     }
 
 private:
-    void load() { win_ = (static_cast<uint64_t>(p_[0]) << 32 | p_[1]) << used_; }
+    // The pair as one 64-bit load with its halves swapped on little-endian
+    // hosts: one load instead of two on the decoders' first code.
+    void load() {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+        uint64_t pair;
+        std::memcpy(&pair, p_, sizeof(pair));
+        win_ = (pair << 32 | pair >> 32) << used_;
+#else
+        win_ = (static_cast<uint64_t>(p_[0]) << 32 | p_[1]) << used_;
+#endif
+    }
 
     const Mox32u* p_;
     int used_;      // bits of the pair p_[0], p_[1] consumed (0..32)

@@ -60,7 +60,7 @@ MOX_INLINE int decodeVlc(WordReader& rd, const Mox32s* t) {
 enum class Result { Ok, Corrupt, NullTable };
 
 // level_prefix 14 and above: the escapes of clause 9.2.2.1.
-bool decodeEscapedLevel(WordReader& rd, int prefix, int suffixLength, int& levelCode) {
+MOX_INLINE bool decodeEscapedLevel(WordReader& rd, int prefix, int suffixLength, int& levelCode) {
     if (prefix > kMaxLevelPrefix) return false;
     rd.skip(prefix + 1);
     int suffixSize = prefix >= 15 ? prefix - 3 : (suffixLength == 0 ? 4 : suffixLength);
@@ -180,29 +180,35 @@ __attribute__((noinline)) CodeAndCursor decodeVlcOutOfLine(WordReader rd, const 
 
 // The trailing ones for the three sign bits that follow coeff_token (1 for -1),
 // the fourth level left for the level loop to overwrite.
+template <class T>
 struct Ones {
-    int v[4];
+    T v[4];
 };
-constexpr std::array<Ones, 8> makeOnes() {
-    std::array<Ones, 8> t{};
-    for (int b = 0; b < 8; ++b) t[b] = {{b & 4 ? -1 : 1, b & 2 ? -1 : 1, b & 1 ? -1 : 1, 0}};
+template <class T>
+constexpr std::array<Ones<T>, 8> makeOnes() {
+    std::array<Ones<T>, 8> t{};
+    for (int b = 0; b < 8; ++b) t[b] = {{T(b & 4 ? -1 : 1), T(b & 2 ? -1 : 1), T(b & 1 ? -1 : 1), 0}};
     return t;
 }
-alignas(16) constexpr std::array<Ones, 8> kOnes = makeOnes();
+template <class T>
+alignas(16) constexpr std::array<Ones<T>, 8> kOnes = makeOnes<T>();
 
 // Trailing ones (signs already peeked, their bits already skipped) and levels
-// through kLevelLut.
-MOX_INLINE bool decodeLevelsFast(WordReader& rd, int tc, int t1, uint32_t signs, int* level) {
-    std::memcpy(level, &kOnes[signs], sizeof(Ones));
-    unsigned state = t1 < 3 ? 7 + (tc > 10) : 0;
-    for (int i = t1; i < tc; ++i) {
-        unsigned e = tbl::kLevelLut[state][rd.peek(tbl::kLevelBits)];
-        if (__builtin_expect(e != 0, 1)) {
-            level[i] = static_cast<signed char>(e >> 8);
-            rd.skip(e & 15);
-            state = (e >> 4) & 7;
+// through kLevelLut, kept in the output type: a 16-bit output wraps the same
+// whether the level is narrowed here or when it is placed.
+template <class T>
+MOX_INLINE bool decodeLevelsFast(WordReader& rd, int tc, int t1, uint32_t signs, T* level) {
+    std::memcpy(level, &kOnes<T>[signs], sizeof(Ones<T>));
+    const tbl::LevelEntry* row = tbl::kLevelLut[t1 < 3 ? 7 + (tc > 10) : 0].data();
+    for (T *lv = level + t1, *end = level + tc; lv < end; ++lv) {
+        const tbl::LevelEntry& e = row[rd.peek(tbl::kLevelBits)];
+        if (__builtin_expect(e.len != 0, 1)) {
+            *lv = static_cast<T>(e.level);
+            rd.skip(e.len);
+            row = tbl::kLevelLut[e.next].data();
             continue;
         }
+        unsigned state = static_cast<unsigned>((row - tbl::kLevelLut[0].data()) >> tbl::kLevelBits);
         int suffixLength = state < 7 ? static_cast<int>(state) : static_cast<int>(state) - 7;
         CodeAndCursor c = decodeLongLevel(rd, suffixLength);
         if (c.value == kInvalid) return false;
@@ -210,15 +216,18 @@ MOX_INLINE bool decodeLevelsFast(WordReader& rd, int tc, int t1, uint32_t signs,
         int levelCode = c.value + (state < 7 ? 0 : 2);
         int mag = (levelCode >> 1) + 1;
         int neg = -(levelCode & 1);
-        level[i] = (mag ^ neg) - neg;
+        *lv = static_cast<T>((mag ^ neg) - neg);
         suffixLength += suffixLength == 0;
         suffixLength += (mag > (3 << (suffixLength - 1))) & (suffixLength < 6);
-        state = suffixLength;
+        row = tbl::kLevelLut[suffixLength].data();
     }
     return true;
 }
 
-// total_zeros of 4x4 blocks: codes of up to kTotalZerosW bits in one look-up.
+// total_zeros of 4x4 blocks: codes of up to kTotalZerosW bits in one look-up,
+// the longer ones through the packed table, or kInvalid when Lean (the caller
+// then decodes the block again without Lean).
+template <bool Lean>
 struct TotalZeros4x4 {
     MOX_INLINE int operator()(WordReader& rd, int tc) const {
         unsigned e = tbl::kTotalZerosLut[tc][rd.peek(tbl::kTotalZerosW)];
@@ -226,6 +235,7 @@ struct TotalZeros4x4 {
             rd.skip(e >> 4);
             return e & 15;
         }
+        if (Lean) return kInvalid;
         CodeAndCursor c = decodeVlcOutOfLine(rd, tbl::kCavlcTables.totalZeros[tc]);
         rd = c.rd;
         return c.value;
@@ -248,7 +258,7 @@ template <int N, class T, class Tz, class Place>
 MOX_INLINE Result decodeResidualFast(WordReader& rd, int tc, int t1, uint32_t signs, int maxCoeff, Tz tz, T* out,
                                      Place place) {
     if (tc > maxCoeff) return Result::Corrupt;
-    int level[16];
+    T level[16];
     if (!decodeLevelsFast(rd, tc, t1, signs, level)) return Result::Corrupt;
     int z = 0;
     if (tc < maxCoeff) {
@@ -256,36 +266,42 @@ MOX_INLINE Result decodeResidualFast(WordReader& rd, int tc, int t1, uint32_t si
         if (z == kInvalid || tc + z > maxCoeff) return Result::Corrupt;
     }
     std::memset(out, 0, sizeof(T) * N);
-    int pos = tc - 1 + z;
-    int i = 0;
-    const int last = tc - 1;
-    // Seven or more zeros left: one run at a time, down to at most six.
-    while (i < last && z >= 7) {
+    // Scan index of the next coefficient: the coefficients after it and the
+    // zeros left lie below it.
+    ptrdiff_t pos = tc - 1 + z;
+    const T* lv = level;
+    const T* const end = level + tc;
+    // Seven or more zeros left: one run at a time, down to at most six. The
+    // last coefficient reads no run_before.
+    while (__builtin_expect(z >= 7, 0) && end - lv > 1) {
         int run = BuiltinRuns{}(rd, z);
         if (run < 0) return Result::Corrupt;
-        out[place(pos)] = static_cast<T>(level[i++]);
+        out[place(pos)] = *lv++;
         pos -= run + 1;
         z -= run;
     }
-    // Then two coefficients per look-up while both have a run_before...
-    while (i < last - 1 && z > 0) {
-        unsigned e = tbl::kRunStepLut[z][rd.peek(6)];
-        out[place(pos)] = static_cast<T>(level[i]);
-        out[place(pos - 1 - static_cast<int>((e >> 4) & 7))] = static_cast<T>(level[i + 1]);
-        int both = static_cast<int>(e >> 7);
-        pos -= both + 2;
-        z -= both;
-        i += 2;
-        rd.skip(e & 15);
+    // Then two coefficients per look-up while both read a run_before...
+    if (z > 0) {
+        while (end - lv > 2) {
+            const tbl::RunStepEntry& e = tbl::kRunStepLut[z][rd.peek(6)];
+            out[place(pos)] = lv[0];
+            out[place(pos + e.second)] = lv[1];
+            lv += 2;
+            pos += e.step;
+            rd.skip(e.len);
+            z = e.zerosLeft;
+            if (!z) break;
+        }
     }
     // ...and one when a single one is left.
-    if (i < last && z > 0) {
+    if (end - lv == 2 && z > 0) {
         unsigned e = tbl::kRunLut[z][rd.peek(3)];
-        out[place(pos)] = static_cast<T>(level[i++]);
+        out[place(pos)] = *lv++;
         pos -= (e & 15) + 1;
         rd.skip(e >> 4);
     }
-    for (; i < tc; ++i) out[place(pos--)] = static_cast<T>(level[i]);
+    // No zeros left: the rest are consecutive.
+    for (; lv < end; ++lv) out[place(pos--)] = *lv;
     return Result::Ok;
 }
 
@@ -404,11 +420,18 @@ __attribute__((noinline)) MoxStatus decodeBlock(Mox32u** ppBitStream, int* pBitO
     return moxStsNoErr;
 }
 
-// One 4x4 block with the library's own tables.
-template <class T>
+// One 4x4 block with the library's own tables. The Lean form calls nothing,
+// so that its state stays in registers; a block that it cannot finish (a
+// total_zeros code longer than the look-up, or corrupt bits) is decoded
+// again by the full form, which gives the exact result and status.
+template <class T, bool Lean>
 __attribute__((noinline)) MoxStatus decodeBlockFast(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,
                                                     T** ppCoeffs, int vlcSelect, int maxNumCoeff,
                                                     const Mox32s* pScanMatrix) {
+    auto full = [&] {
+        return decodeBlockFast<T, false>(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff,
+                                         pScanMatrix);
+    };
     WordReader rd(*ppBitStream, *pBitOffset);
     int tc, t1, len;
     if (vlcSelect >= 8) {
@@ -417,32 +440,40 @@ __attribute__((noinline)) MoxStatus decodeBlockFast(Mox32u** ppBitStream, int* p
         tc = (flc >> 2) + 1;
         if (flc == 3) tc = t1 = 0;
         if (t1 > tc) {  // the count is reported as for any corrupt block
+            if (Lean) return full();
             *pNumCoeff = static_cast<Mox16s>(tc);
             return moxStsBitstreamErr;
         }
         len = 6;
     } else {
-        // Table 0 for nC 0..1, 1 for 2..3, 2 for 4..7: two bits per nC.
-        unsigned cls = (0xAA50u >> (2 * vlcSelect)) & 3;
-        unsigned e = lookUpToken<tbl::kTokenZcap, tbl::kTokenW>(rd, tbl::kTokenLut[cls].data());
-        if (!e) return moxStsBitstreamErr;
-        len = e & 31;
+        // The length in e counts the sign bits of the trailing ones too.
+        unsigned e = tbl::kTokenShortRow[vlcSelect][rd.peek(tbl::kTokenShortBits)];
+        if (__builtin_expect(!e, 0)) {
+            // Table 0 for nC 0..1, 1 for 2..3, 2 for 4..7: two bits per nC.
+            unsigned cls = (0xAA50u >> (2 * vlcSelect)) & 3;
+            e = lookUpToken<tbl::kTokenZcap, tbl::kTokenW>(rd, tbl::kTokenLut[cls].data());
+            if (!e) return moxStsBitstreamErr;
+            e += (e >> 5) & 3;
+        }
         t1 = (e >> 5) & 3;
         tc = static_cast<int>(e >> 8);
+        len = static_cast<int>(e & 31) - t1;
     }
-    *pNumCoeff = static_cast<Mox16s>(tc);
     // Up to three sign bits after the token, 1 for -1; t1 of them are used.
     uint32_t signs = rd.peekAfter(len, 3);
     rd.skip(len + t1);
-    if (tc == 0) {
-        rd.commit(ppBitStream, pBitOffset);
-        return moxStsNoErr;
+    if (tc) {
+        const Mox32s* scan = pScanMatrix + (16 - maxNumCoeff);
+        Result r = decodeResidualFast<16>(rd, tc, t1, signs, maxNumCoeff, TotalZeros4x4<Lean>{}, *ppCoeffs,
+                                          [scan](ptrdiff_t pos) { return scan[pos] & 15; });
+        if (r != Result::Ok) {
+            if (Lean) return full();
+            *pNumCoeff = static_cast<Mox16s>(tc);
+            return moxStsBitstreamErr;
+        }
+        *ppCoeffs += 16;
     }
-    const Mox32s* scan = pScanMatrix + (16 - maxNumCoeff);
-    Result r = decodeResidualFast<16>(rd, tc, t1, signs, maxNumCoeff, TotalZeros4x4{}, *ppCoeffs,
-                                      [scan](int pos) { return scan[pos] & 15; });
-    if (r != Result::Ok) return moxStsBitstreamErr;
-    *ppCoeffs += 16;
+    *pNumCoeff = static_cast<Mox16s>(tc);
     rd.commit(ppBitStream, pBitOffset);
     return moxStsNoErr;
 }
@@ -457,7 +488,8 @@ MoxStatus decodeCoeffs(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,
     MOX_CHECK((maxNumCoeff == 16 || maxNumCoeff == 15) && vlcSelect >= 0, moxStsOutOfRangeErr);
     const MoxCAVLCTables_H264& own = mox::h264::kCavlcTables;
     if (ppTblCoeffToken == own.coeffToken && ppTblTotalZeros == own.totalZeros && ppTblRunBefore == own.runBefore)
-        return decodeBlockFast(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff, pScanMatrix);
+        return decodeBlockFast<T, true>(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff,
+                                        pScanMatrix);
     if (ppTblRunBefore == mox::h264::kCavlcTables.runBefore)
         return decodeBlock(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff, ppTblCoeffToken,
                            ppTblTotalZeros, BuiltinRuns{}, pScanMatrix);
@@ -531,7 +563,7 @@ MoxStatus decodeChromaDc(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoef
     MOX_CHECK_PTRS(ppCoeffs);
     MOX_CHECK_PTRS(*ppCoeffs);
     *pNumCoeff = static_cast<Mox16s>(tc);
-    auto raster = [](int p) { return p; };
+    auto raster = [](ptrdiff_t p) { return p; };
     Result r;
     if (fast) {
         rd.skip(t1);

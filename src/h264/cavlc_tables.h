@@ -232,6 +232,33 @@ inline constexpr std::array<std::array<unsigned short, 128>, 3> kTokenLut = {
     buildBuckets<kTokenZcap, kTokenW>(kCoeffTokenLen[0], kCoeffTokenBits[0], tokenValue),
     buildBuckets<kTokenZcap, kTokenW>(kCoeffTokenLen[1], kCoeffTokenBits[1], tokenValue),
     buildBuckets<kTokenZcap, kTokenW>(kCoeffTokenLen[2], kCoeffTokenBits[2], tokenValue)};
+// coeff_token codes of up to kTokenShortBits bits, looked up directly on the
+// next kTokenShortBits bits so that the usual short codes need no leading-zero
+// count; entry as kTokenLut but for the length, which counts the code and its
+// TrailingOnes sign bits; 0 for a longer code (or no code).
+inline constexpr int kTokenShortBits = 8;
+template <size_t N>
+constexpr std::array<unsigned short, 1 << kTokenShortBits> buildShortTokens(const unsigned char (&len)[N],
+                                                                           const unsigned char (&bits)[N]) {
+    std::array<unsigned short, 1 << kTokenShortBits> lut{};
+    for (size_t i = 0; i < N; ++i) {
+        int l = len[i];
+        if (!l || l > kTokenShortBits) continue;
+        for (unsigned x = 0; x < (1u << (kTokenShortBits - l)); ++x) {
+            unsigned short& slot = lut[bits[i] << (kTokenShortBits - l) | x];
+            if (slot) throw "overlapping codes";
+            slot = static_cast<unsigned short>((l + (i & 3)) | tokenValue(i) << 5);
+        }
+    }
+    return lut;
+}
+inline constexpr std::array<std::array<unsigned short, 1 << kTokenShortBits>, 3> kTokenShortLut = {
+    buildShortTokens(kCoeffTokenLen[0], kCoeffTokenBits[0]), buildShortTokens(kCoeffTokenLen[1], kCoeffTokenBits[1]),
+    buildShortTokens(kCoeffTokenLen[2], kCoeffTokenBits[2])};
+// The short-code table of each nC 0..7.
+inline constexpr const unsigned short* kTokenShortRow[8] = {
+    kTokenShortLut[0].data(), kTokenShortLut[0].data(), kTokenShortLut[1].data(), kTokenShortLut[1].data(),
+    kTokenShortLut[2].data(), kTokenShortLut[2].data(), kTokenShortLut[2].data(), kTokenShortLut[2].data()};
 inline constexpr int kTokenChromaDcZcap = 7, kTokenChromaDcW = 2;
 inline constexpr auto kTokenChromaDcLut = buildBuckets<kTokenChromaDcZcap, kTokenChromaDcW>(
     kCoeffTokenChromaDcLen, kCoeffTokenChromaDcBits, tokenValue);
@@ -269,12 +296,18 @@ inline constexpr auto kTotalZerosChroma422DcLut =
 
 // Levels (clause 9.2.2.1) looked up on the next kLevelBits bits, by state:
 // suffixLength 0..6, then 7 and 8 for suffixLength 0 and 1 on the first level
-// after fewer than three trailing ones (its levelCode is 2 more). Entry: code
-// length in bits 0..3, the next suffixLength in bits 4..6, the level in the
-// signed high byte; 0 for a code longer than kLevelBits (escapes included).
+// after fewer than three trailing ones (its levelCode is 2 more). An entry
+// holds the level, the code length (0 for a code longer than kLevelBits,
+// escapes included) and the next state, each in its own field so that the
+// decoder reads each with one load.
 inline constexpr int kLevelBits = 8;
-constexpr std::array<std::array<unsigned short, 1 << kLevelBits>, 9> makeLevelLut() {
-    std::array<std::array<unsigned short, 1 << kLevelBits>, 9> lut{};
+struct LevelEntry {
+    short level;
+    unsigned char len;
+    unsigned char next;
+};
+constexpr std::array<std::array<LevelEntry, 1 << kLevelBits>, 9> makeLevelLut() {
+    std::array<std::array<LevelEntry, 1 << kLevelBits>, 9> lut{};
     for (int state = 0; state < 9; ++state) {
         int suffixLength = state < 7 ? state : state - 7;
         int bump = state < 7 ? 0 : 2;
@@ -289,8 +322,8 @@ constexpr std::array<std::array<unsigned short, 1 << kLevelBits>, 9> makeLevelLu
             int level = levelCode & 1 ? -mag : mag;
             int next = suffixLength ? suffixLength : 1;
             if (mag > (3 << (next - 1)) && next < 6) ++next;
-            if (level < -128 || level > 127) throw "level does not fit the entry";
-            lut[state][v] = static_cast<unsigned short>((level & 0xFF) << 8 | next << 4 | len);
+            lut[state][v] = {static_cast<short>(level), static_cast<unsigned char>(len),
+                             static_cast<unsigned char>(next)};
         }
     }
     return lut;
@@ -299,16 +332,25 @@ inline constexpr auto kLevelLut = makeLevelLut();
 
 // Two coefficients' run_before codes on the next 6 bits while fewer than
 // seven zeros are left, for a decoder that places both coefficients at once:
-// bits 0..3 the length of both codes, 4..6 the first run, 7..9 the sum of
-// the runs. A first run that uses up every zero reads no second code and
-// gives the second coefficient run 0 (it then sits right below the first).
-constexpr std::array<std::array<unsigned short, 64>, 7> makeRunStepLut() {
-    std::array<std::array<unsigned short, 64>, 7> lut{};
+// the length of both codes, the scan step from the first coefficient to the
+// second (-1 - first run) and from the first to the next pair (-2 - both
+// runs), and the zeros left after them. A first run that uses up every zero
+// reads no second code and gives the second coefficient run 0 (it then sits
+// right below the first).
+struct RunStepEntry {
+    unsigned char len;
+    signed char second;
+    signed char step;
+    unsigned char zerosLeft;
+};
+constexpr std::array<std::array<RunStepEntry, 64>, 7> makeRunStepLut() {
+    std::array<std::array<RunStepEntry, 64>, 7> lut{};
     for (int z = 1; z <= 6; ++z) {
         for (unsigned v = 0; v < 64; ++v) {
             unsigned e = kRunPairLut[z][v];
-            unsigned run1 = e & 15, run2 = (e >> 4) & 15, bits = ((e >> 8) & 7) + ((e >> 11) & 7);
-            lut[z][v] = static_cast<unsigned short>(bits | run1 << 4 | (run1 + run2) << 7);
+            int run1 = e & 15, run2 = (e >> 4) & 15, bits = ((e >> 8) & 7) + ((e >> 11) & 7);
+            lut[z][v] = {static_cast<unsigned char>(bits), static_cast<signed char>(-1 - run1),
+                         static_cast<signed char>(-2 - run1 - run2), static_cast<unsigned char>(z - run1 - run2)};
         }
     }
     return lut;
