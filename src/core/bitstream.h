@@ -214,6 +214,27 @@ public:
         skip(n);
         return v;
     }
+    // Loads the next K (2 or 3) bytes with one read, for the fixed-length
+    // fields of an escape. The caller must know that the stream holds bits
+    // into the byte before the last of them, so that the last stays within
+    // the cursor rule's byte of look-ahead; at most 64 - 8 K bits may be
+    // held. The three-byte form reads the byte before them too (already
+    // loaded, so never before the cursor's byte).
+    template <int K>
+    void loadBytes() {
+        static_assert(K == 2 || K == 3, "two or three bytes");
+        if constexpr (K == 2) {
+            uint16_t w;
+            std::memcpy(&w, next_, 2);
+            acc_ |= static_cast<uint64_t>(__builtin_bswap16(w)) << (48 - have_);
+        } else {
+            uint32_t w;
+            std::memcpy(&w, next_ - 1, 4);
+            acc_ |= static_cast<uint64_t>(__builtin_bswap32(w) & 0xFFFFFFu) << (40 - have_);
+        }
+        next_ += K;
+        have_ += 8 * K;
+    }
 
     const Mox8u* ptr() const { return next_ - ((have_ + 7) >> 3); }
     int offset() const { return -have_ & 7; }
@@ -233,37 +254,53 @@ private:
     int have_;           // unread bits in acc_ (0..64)
 };
 
-// The bits before the cursor, read toward the start of the stream. peek(n)
-// loads only the bytes that hold the n bits.
+// The bits before the cursor, read toward the start of the stream, through a
+// 64-bit accumulator holding the bits before the cursor right-aligned (the
+// nearest one lowest). A read of n bits loads, a byte at a time toward the
+// start, only the bytes that hold those n bits, so the reader never looks
+// further back than its reads reach. Copies are cheap: a decoder keeps one
+// as a mark to step back to.
 class ByteBackReader {
 public:
-    ByteBackReader(const Mox8u* p, int offset) : base_(p), pos_(offset) {}
+    // Takes the used bits of the cursor's byte (none when offset is 0: that
+    // byte is not read).
+    ByteBackReader(const Mox8u* p, int offset)
+        : next_(p - 1), acc_(offset ? static_cast<uint64_t>(p[0] >> (8 - offset)) : 0), have_(offset) {}
 
     // The n (1..32) bits just before the cursor as a number (the bit nearest
     // the cursor least significant).
-    uint32_t peek(int n) const {
-        long long first = (pos_ - n) >> 3, last = (pos_ - 1) >> 3;  // arithmetic shifts round down
-        uint64_t w = 0;
-        for (long long b = first; b <= last; ++b) w = w << 8 | base_[b];
-        int tail = static_cast<int>((last + 1) * 8 - pos_);
-        return static_cast<uint32_t>((w >> tail) & ((uint64_t{1} << n) - 1));
+    uint32_t peek(int n) {
+        fill(n);
+        return static_cast<uint32_t>(acc_ & ((uint64_t{1} << n) - 1));
     }
-    void back(int n) { pos_ -= n; }
+    // Moves back over n (0..32) bits.
+    void back(int n) {
+        fill(n);
+        acc_ >>= n;
+        have_ -= n;
+    }
     uint32_t read(int n) {
         uint32_t v = peek(n);
-        pos_ -= n;
+        acc_ >>= n;
+        have_ -= n;
         return v;
     }
-    long long mark() const { return pos_; }
-    void reset(long long mark) { pos_ = mark; }
     void commit(Mox8u** ppBitStream, int* pBitOffset) const {
-        *ppBitStream = const_cast<Mox8u*>(base_ + (pos_ >> 3));
-        *pBitOffset = static_cast<int>(pos_ & 7);
+        *ppBitStream = const_cast<Mox8u*>(next_ + 1 + (have_ >> 3));
+        *pBitOffset = have_ & 7;
     }
 
 private:
-    const Mox8u* base_;
-    long long pos_;  // bit position of the cursor from the most significant bit of *base_
+    void fill(int n) {
+        while (have_ < n) {
+            acc_ |= static_cast<uint64_t>(*next_--) << have_;
+            have_ += 8;
+        }
+    }
+
+    const Mox8u* next_;  // the next byte to load (toward the start)
+    uint64_t acc_;       // the have_ bits before the cursor, the nearest lowest; zero above them
+    int have_;           // 0..39
 };
 
 class ByteWriter {

@@ -101,8 +101,12 @@ struct Mpeg4Escape {
                 ev.level += sign * limits.maxLevel[e.last][e.run];
             return true;
         }
+        // A valid escape holds the 21 field bits: three bytes at once stay
+        // within the byte of look-ahead (at most 8 bits are held here).
         acc.skip(2);
-        uint32_t v = acc.read(21);
+        acc.loadBytes<3>();
+        uint32_t v = acc.peek(21);
+        acc.skip(21);
         int level = static_cast<int>((v >> 1) & 0xFFF);
         if (!(v >> 13 & 1) || !(v & 1) || level == 0x800) return false;
         ev = Event{static_cast<int>(v >> 20), static_cast<int>(v >> 14 & 63), level >= 0x800 ? level - 0x1000 : level};
@@ -117,8 +121,12 @@ struct H263Escape {
     bool modQ;
 
     __attribute__((always_inline)) bool operator()(BufferedByteReader& acc, Event& ev) const {
+        // A valid escape holds the 15 field bits: two bytes at once stay
+        // within the byte of look-ahead (at most 10 bits are held here).
         acc.skip(7);
-        uint32_t v = acc.read(15);
+        acc.loadBytes<2>();
+        uint32_t v = acc.peek(15);
+        acc.skip(15);
         int level = static_cast<int8_t>(v & 0xFF);
         if (level == -128) {
             if (!modQ) return false;
@@ -134,7 +142,7 @@ struct H263Escape {
 
 // ISO/IEC 14496-2 Table B-23 escape: 0000 (looked up), 1, LAST, RUN (6),
 // marker, LEVEL (11, magnitude, not 0), marker, 0000, sign.
-bool rvlcEscapeFields(uint32_t v, Event& ev) {
+inline __attribute__((always_inline)) bool rvlcEscapeFields(uint32_t v, Event& ev) {
     int level = static_cast<int>(v >> 6 & 0x7FF);
     if (!(v >> 25 & 1) || !(v >> 17 & 1) || !(v >> 5 & 1) || (v >> 1 & 15) || level == 0) return false;
     ev = Event{static_cast<int>(v >> 24 & 1), static_cast<int>(v >> 18 & 63), v & 1 ? -level : level};
@@ -143,8 +151,13 @@ bool rvlcEscapeFields(uint32_t v, Event& ev) {
 
 struct RvlcEscape {
     __attribute__((always_inline)) bool operator()(BufferedByteReader& acc, Event& ev) const {
+        // A valid escape holds the 26 field bits: three bytes at once stay
+        // within the byte of look-ahead (at most 13 bits are held here).
         acc.skip(4);
-        return rvlcEscapeFields(acc.read(26), ev);
+        acc.loadBytes<3>();
+        uint32_t v = acc.peek(26);
+        acc.skip(26);
+        return rvlcEscapeFields(v, ev);
     }
 };
 
@@ -330,29 +343,27 @@ MoxStatus decodeRvlcBackward(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef
     int room = 63 - start;  // positions after the start index
     *pIndxLastNonZero = start;
     for (;;) {
-        long long mark = rd.mark();
-        int negative = static_cast<int>(rd.read(1));
-        TcoefEntry e = t.first[rd.peek(8)];
-        if (e.level == kSubTableLevel) e = t.sub[e.run][rd.peek(15) >> 8];
+        const ByteBackReader mark = rd;
+        // The sign bit and the code before it, looked up with one peek.
+        const uint32_t x = rd.peek(9);
+        const int negative = static_cast<int>(x & 1);
+        TcoefEntry e = t.first[x >> 1];
+        if (e.level == kSubTableLevel) e = t.sub[e.run][rd.peek(16) >> 9];
         if (!e.len) return moxStsVLCErr;
-        rd.back(e.len);
+        rd.back(e.len + 1);
         Event ev;
         if (e.level == kEscapeLevel) {
-            // Backward: marker, LEVEL, marker, RUN, LAST, then 00001.
-            uint32_t marker2 = rd.read(1);
-            uint32_t level = rd.read(11);
-            uint32_t marker1 = rd.read(1);
-            uint32_t run = rd.read(6);
-            uint32_t last = rd.read(1);
-            uint32_t prefix = rd.read(5);
-            uint32_t v = 1u << 25 | last << 24 | run << 18 | marker1 << 17 | level << 6 | marker2 << 5 |
-                         static_cast<uint32_t>(negative);
-            if (prefix != 1 || !rvlcEscapeFields(v, ev)) return moxStsVLCErr;
+            // Backward, in one read: 00001, LAST, RUN, marker, LEVEL, marker
+            // as one number, the forward fields after the 1 placed as
+            // rvlcEscapeFields reads them.
+            const uint32_t f = rd.read(25);
+            const uint32_t v = 1u << 25 | (f & 0xFFFFFu) << 5 | static_cast<uint32_t>(negative);
+            if (f >> 20 != 1 || !rvlcEscapeFields(v, ev)) return moxStsVLCErr;
         } else {
             ev = Event{e.last, e.run, negative ? -e.level : e.level};
         }
         if (count > 0 && ev.last) {
-            rd.reset(mark);
+            rd = mark;
             break;
         }
         if (count == 0 && !ev.last) return moxStsVLCErr;

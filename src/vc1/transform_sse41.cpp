@@ -1,16 +1,20 @@
 // VC-1 inverse transforms 8x8, 8x4 (8 wide, 4 high), 4x8 and 4x4 (SMPTE
 // 421M), residual out or added to a prediction.
 //
-// Eight 16-bit lanes hold one coefficient index of eight lines, so each pass
-// is the even/odd butterfly of the standard's 8- or 4-point transform run on
-// whole registers; the block is transposed before the row pass and between
-// the passes (a 4-line block fills the other lanes with zeros), and the
-// whole block stays in registers from the loads to the stores (every loop
-// over its lines is unrolled: a rolled one goes through the stack). All sums
-// are formed modulo 2^16 and shifted arithmetically, which is the standard's
-// arithmetic wherever a value fits 16 bits before its shift (conforming
-// streams), and the same wrap-around as the reference model elsewhere.
+// Each pass is the even/odd butterfly of the standard's 8- or 4-point
+// transform run on whole registers of 16-bit lanes, one lane per line. An
+// 8x8 block holds one coefficient index of eight lines per register: it is
+// transposed before the row pass and between the passes. A block with a
+// side of 4 holds two lines of four lanes per register wherever a pass runs
+// over four lines, so no lane is wasted and its transposes are 4x4 ones on
+// pairs of registers. The whole block stays in registers from the loads to
+// the stores (every loop over its lines is unrolled: a rolled one goes
+// through the stack). All sums are formed modulo 2^16 and shifted
+// arithmetically, which is the standard's arithmetic wherever a value fits
+// 16 bits before its shift (conforming streams), and the same wrap-around as
+// the reference model elsewhere.
 #include <cstdint>
+#include <cstring>
 
 #include "core/check.h"
 #include "core/pixel.h"
@@ -83,55 +87,200 @@ MOX_VC1_INLINE void idct4(const __m128i x[4], __m128i o[4]) {
     o[3] = _mm_srai_epi16(sub(t1, t3), S);
 }
 
-// Residual rows of a W x H block (W, H 4 or 8): res[y] holds row y in lanes 0..W-1.
-template <int W, int H>
-MOX_VC1_INLINE void residual(const Mox16s* src, int ss, __m128i res[8]) {
+// Residual rows of an 8x8 block: res[y] holds row y.
+MOX_VC1_INLINE void residual8x8(const Mox16s* src, int ss, __m128i res[8]) {
     __m128i in[8], x[8], d[8];
 #pragma GCC unroll 8
-    for (int y = 0; y < 8; ++y) in[y] = y < H ? simd::load<2 * W>(row(src, ss, y)) : _mm_setzero_si128();
+    for (int y = 0; y < 8; ++y) in[y] = simd::load<16>(row(src, ss, y));
     vc1::transpose8(in, x);
-    if constexpr (W == 8)
-        idct8<4, 3, false>(x, d);
-    else
-        idct4<4, 3>(x, d);
-#pragma GCC unroll 8
-    for (int k = W; k < 8; ++k) d[k] = _mm_setzero_si128();
+    idct8<4, 3, false>(x, d);
     vc1::transpose8(d, x);
-    if constexpr (H == 8)
-        idct8<64, 7, true>(x, res);
+    idct8<64, 7, true>(x, res);
+}
+
+// ---------------------------------------------------------------- 4x4
+// A 4x4 block lives in two registers, two lines of four per register.
+
+// (a | b), (c | d) of four lanes each into (a0 b0 c0 d0 | a1 b1 c1 d1) and
+// (a2 b2 c2 d2 | a3 b3 c3 d3): the 4x4 transpose of lines held in pairs.
+MOX_VC1_INLINE void transpose4Pairs(__m128i& p, __m128i& q) {
+    const __m128i u = _mm_unpacklo_epi16(p, q), v = _mm_unpackhi_epi16(p, q);
+    p = _mm_unpacklo_epi16(u, v);
+    q = _mm_unpackhi_epi16(u, v);
+}
+
+// v * (A in lanes 0..3, B in lanes 4..7).
+template <int A, int B>
+MOX_VC1_INLINE __m128i mul2(__m128i v) {
+    return _mm_mullo_epi16(v, _mm_setr_epi16(A, A, A, A, B, B, B, B));
+}
+MOX_VC1_INLINE __m128i dupLo(__m128i v) { return _mm_unpacklo_epi64(v, v); }
+MOX_VC1_INLINE __m128i dupHi(__m128i v) { return _mm_unpackhi_epi64(v, v); }
+
+// 4-point transform of four lines at once: x01 holds inputs 0 | 1, x23
+// inputs 2 | 3; out01 becomes outputs 0 | 1 and out32 outputs 3 | 2.
+template <int R, int S>
+MOX_VC1_INLINE void idct4Pairs(__m128i x01, __m128i x23, __m128i& out01, __m128i& out32) {
+    const __m128i s = add(x01, x23), d = sub(x01, x23);  // x0 + x2 | x1 + x3, x0 - x2 | x1 - x3
+    // 17 (x0 + x2) + R | 17 (x0 - x2) + R
+    const __m128i e = add(mulc<17>(_mm_unpacklo_epi64(s, d)), _mm_set1_epi16(R));
+    // 22 x1 + 10 x3 | 10 x1 - 22 x3
+    const __m128i f = add(mul2<22, 10>(dupHi(x01)), mul2<10, -22>(dupHi(x23)));
+    out01 = _mm_srai_epi16(add(e, f), S);
+    out32 = _mm_srai_epi16(sub(e, f), S);
+}
+
+// Residual lines 0 | 1 and 3 | 2 of a 4x4 block.
+MOX_VC1_INLINE void residual4x4(const Mox16s* src, int ss, __m128i r[2]) {
+    __m128i p = simd::load8x2(row(src, ss, 0), row(src, ss, 1)), q = simd::load8x2(row(src, ss, 2), row(src, ss, 3));
+    transpose4Pairs(p, q);  // coefficient columns 0 | 1, 2 | 3
+    __m128i c01, c32;
+    idct4Pairs<4, 3>(p, q, c01, c32);
+    __m128i c23 = _mm_shuffle_epi32(c32, 0x4E);
+    transpose4Pairs(c01, c23);  // lines 0 | 1, 2 | 3
+    idct4Pairs<64, 7>(c01, c23, r[0], r[1]);
+}
+
+// ---------------------------------------------------------------- 8x4, 4x8
+// A block with a side of 4 holds two lines of four lanes per register in its
+// 8-point pass, which pairs the transform's inputs and outputs.
+
+// 8-point transform of four lines with the inputs paired as 0 | 2, 4 | 6,
+// 1 | 3, 5 | 7; the outputs come paired as 0 | 1, 7 | 6, 3 | 2, 4 | 5.
+template <int R, int S, bool LOWER1>
+MOX_VC1_INLINE void idct8Pairs(__m128i x02, __m128i x46, __m128i x13, __m128i x57, __m128i o[4]) {
+    const __m128i s = add(x02, x46), d = sub(x02, x46);  // x0 + x4 | x2 + x6, x0 - x4 | x2 - x6
+    // t1 | t2 = 12 (x0 + x4) + R | 12 (x0 - x4) + R; t3 | t4 = 16 x2 + 6 x6 | 6 x2 - 16 x6
+    const __m128i t12 = add(mulc<12>(_mm_unpacklo_epi64(s, d)), _mm_set1_epi16(R));
+    const __m128i t34 = add(mul2<16, 6>(dupHi(x02)), mul2<6, -16>(dupHi(x46)));
+    __m128i e01 = add(t12, t34), e32 = sub(t12, t34);  // t5 | t6, t8 | t7
+    const __m128i x1 = dupLo(x13), x3 = dupHi(x13), x5 = dupLo(x57), x7 = dupHi(x57);
+    const __m128i o12 = add(add(mul2<16, 15>(x1), mul2<15, -4>(x3)), add(mul2<9, -16>(x5), mul2<4, -9>(x7)));
+    const __m128i o43 = add(add(mul2<4, 9>(x1), mul2<-9, -16>(x3)), add(mul2<15, 4>(x5), mul2<-16, 15>(x7)));
+    o[0] = _mm_srai_epi16(add(e01, o12), S);
+    o[2] = _mm_srai_epi16(add(e32, o43), S);
+    if constexpr (LOWER1) {
+        e01 = add(e01, _mm_set1_epi16(1));
+        e32 = add(e32, _mm_set1_epi16(1));
+    }
+    o[1] = _mm_srai_epi16(sub(e01, o12), S);
+    o[3] = _mm_srai_epi16(sub(e32, o43), S);
+}
+
+// Residual lines of an 8x4 block, one per register.
+MOX_VC1_INLINE void residual8x4(const Mox16s* src, int ss, __m128i y[4]) {
+    const __m128i r0 = simd::load<16>(row(src, ss, 0)), r1 = simd::load<16>(row(src, ss, 1));
+    const __m128i r2 = simd::load<16>(row(src, ss, 2)), r3 = simd::load<16>(row(src, ss, 3));
+    const __m128i a0 = _mm_unpacklo_epi16(r0, r1), a1 = _mm_unpackhi_epi16(r0, r1);
+    const __m128i a2 = _mm_unpacklo_epi16(r2, r3), a3 = _mm_unpackhi_epi16(r2, r3);
+    const __m128i b0 = _mm_unpacklo_epi32(a0, a2), b1 = _mm_unpackhi_epi32(a0, a2);  // columns 0 | 1, 2 | 3
+    const __m128i b2 = _mm_unpacklo_epi32(a1, a3), b3 = _mm_unpackhi_epi32(a1, a3);  // 4 | 5, 6 | 7
+    __m128i c[4];  // row-pass outputs 0 | 1, 7 | 6, 3 | 2, 4 | 5 over the four lines
+    idct8Pairs<4, 3, false>(_mm_unpacklo_epi64(b0, b1), _mm_unpacklo_epi64(b2, b3), _mm_unpackhi_epi64(b0, b1),
+                            _mm_unpackhi_epi64(b2, b3), c);
+    __m128i c01 = c[0], c23 = _mm_shuffle_epi32(c[2], 0x4E), c45 = c[3], c67 = _mm_shuffle_epi32(c[1], 0x4E);
+    transpose4Pairs(c01, c23);  // columns 0..3 of lines 0 | 1, 2 | 3
+    transpose4Pairs(c45, c67);  // columns 4..7
+    const __m128i x[4] = {_mm_unpacklo_epi64(c01, c45), _mm_unpackhi_epi64(c01, c45), _mm_unpacklo_epi64(c23, c67),
+                          _mm_unpackhi_epi64(c23, c67)};
+    idct4<64, 7>(x, y);
+}
+
+// Residual lines of a 4x8 block in pairs 0 | 1, 7 | 6, 3 | 2, 4 | 5.
+MOX_VC1_INLINE void residual4x8(const Mox16s* src, int ss, __m128i o[4]) {
+    __m128i p0 = simd::load8x2(row(src, ss, 0), row(src, ss, 1)), q0 = simd::load8x2(row(src, ss, 2), row(src, ss, 3));
+    __m128i p1 = simd::load8x2(row(src, ss, 4), row(src, ss, 5)), q1 = simd::load8x2(row(src, ss, 6), row(src, ss, 7));
+    transpose4Pairs(p0, q0);  // columns 0 | 1, 2 | 3 of lines 0..3
+    transpose4Pairs(p1, q1);  // of lines 4..7
+    const __m128i x[4] = {_mm_unpacklo_epi64(p0, p1), _mm_unpackhi_epi64(p0, p1), _mm_unpacklo_epi64(q0, q1),
+                          _mm_unpackhi_epi64(q0, q1)};
+    __m128i d[4];  // row-pass output columns over lines 0..7
+    idct4<4, 3>(x, d);
+    const __m128i u = _mm_unpacklo_epi16(d[0], d[1]), v = _mm_unpacklo_epi16(d[2], d[3]);
+    const __m128i u2 = _mm_unpackhi_epi16(d[0], d[1]), v2 = _mm_unpackhi_epi16(d[2], d[3]);
+    const __m128i l01 = _mm_unpacklo_epi32(u, v), l23 = _mm_unpackhi_epi32(u, v);  // lines 0 | 1, 2 | 3
+    const __m128i l45 = _mm_unpacklo_epi32(u2, v2), l67 = _mm_unpackhi_epi32(u2, v2);
+    idct8Pairs<64, 7, true>(_mm_unpacklo_epi64(l01, l23), _mm_unpacklo_epi64(l45, l67), _mm_unpackhi_epi64(l01, l23),
+                            _mm_unpackhi_epi64(l45, l67), o);
+}
+
+// Lines of the registers of a 4-wide residual, low half first (H = 4:
+// residual4x4, 8: residual4x8).
+template <int H>
+constexpr int kPairLines[H / 2][2] = {{0, 1}, {3, 2}};
+template <>
+constexpr int kPairLines<8>[4][2] = {{0, 1}, {7, 6}, {3, 2}, {4, 5}};
+
+template <int H>
+MOX_VC1_INLINE void residual4(const Mox16s* src, int ss, __m128i r[H / 2]) {
+    if constexpr (H == 4)
+        residual4x4(src, ss, r);
     else
-        idct4<64, 7>(x, res);
+        residual4x8(src, ss, r);
 }
 
 template <int W, int H>
 void inverse(const Mox16s* src, int ss, Mox16s* dst, int ds) {
     __m128i r[8];
-    residual<W, H>(src, ss, r);
+    if constexpr (W == 4) {
+        residual4<H>(src, ss, r);
+#pragma GCC unroll 4
+        for (int k = 0; k < H / 2; ++k) {
+            simd::store<8>(row(dst, ds, kPairLines<H>[k][0]), r[k]);
+            _mm_storeh_pd(reinterpret_cast<double*>(row(dst, ds, kPairLines<H>[k][1])), _mm_castsi128_pd(r[k]));
+        }
+    } else {
+        if constexpr (H == 4)
+            residual8x4(src, ss, r);
+        else
+            residual8x8(src, ss, r);
 #pragma GCC unroll 8
-    for (int y = 0; y < H; ++y) simd::store<2 * W>(row(dst, ds, y), r[y]);
+        for (int y = 0; y < H; ++y) simd::store<16>(row(dst, ds, y), r[y]);
+    }
+}
+
+// Bytes 4 K .. 4 K + 3 of v (one pextrd).
+template <int K>
+MOX_VC1_INLINE void store4(Mox8u* p, __m128i v) {
+    const uint32_t x = static_cast<uint32_t>(_mm_extract_epi32(v, K));
+    std::memcpy(p, &x, 4);
+}
+
+// Prediction plus residual, clamped to 0..255, for four 4-wide lines (two
+// registers of residual lines a0 | a1, b0 | b1).
+MOX_VC1_INLINE void addLines4(const Mox8u* pred, int ps, Mox8u* dst, int ds, const int a[2], const int b[2], __m128i ra,
+                              __m128i rb) {
+    const __m128i p = simd::load4x4(row(pred, ps, a[0]), row(pred, ps, a[1]), row(pred, ps, b[0]), row(pred, ps, b[1]));
+    const __m128i z = _mm_setzero_si128();
+    const __m128i v =
+        _mm_packus_epi16(_mm_adds_epi16(_mm_unpacklo_epi8(p, z), ra), _mm_adds_epi16(_mm_unpackhi_epi8(p, z), rb));
+    store4<0>(row(dst, ds, a[0]), v);
+    store4<1>(row(dst, ds, a[1]), v);
+    store4<2>(row(dst, ds, b[0]), v);
+    store4<3>(row(dst, ds, b[1]), v);
 }
 
 template <int W, int H>
 void inverseAdd(const Mox16s* src, int ss, const Mox8u* pred, int ps, Mox8u* dst, int ds) {
     __m128i r[8];
-    residual<W, H>(src, ss, r);
+    if constexpr (W == 4) {
+        residual4<H>(src, ss, r);
+#pragma GCC unroll 2
+        for (int k = 0; k < H / 2; k += 2)
+            addLines4(pred, ps, dst, ds, kPairLines<H>[k], kPairLines<H>[k + 1], r[k], r[k + 1]);
+    } else {
+        if constexpr (H == 4)
+            residual8x4(src, ss, r);
+        else
+            residual8x8(src, ss, r);
 #pragma GCC unroll 4
-    for (int y = 0; y < H; y += 2) {
-        const __m128i p = W == 8 ? simd::load8x2(row(pred, ps, y), row(pred, ps, y + 1))
-                                 : _mm_unpacklo_epi32(simd::load<4>(row(pred, ps, y)), simd::load<4>(row(pred, ps, y + 1)));
-        const __m128i z = _mm_setzero_si128();
-        __m128i lo, hi;
-        if constexpr (W == 8) {
-            lo = _mm_adds_epi16(_mm_unpacklo_epi8(p, z), r[y]);
-            hi = _mm_adds_epi16(_mm_unpackhi_epi8(p, z), r[y + 1]);
-            const __m128i v = _mm_packus_epi16(lo, hi);
+        for (int y = 0; y < H; y += 2) {
+            const __m128i p = simd::load8x2(row(pred, ps, y), row(pred, ps, y + 1));
+            const __m128i z = _mm_setzero_si128();
+            const __m128i v = _mm_packus_epi16(_mm_adds_epi16(_mm_unpacklo_epi8(p, z), r[y]),
+                                               _mm_adds_epi16(_mm_unpackhi_epi8(p, z), r[y + 1]));
             simd::store<8>(row(dst, ds, y), v);
-            simd::store<8>(row(dst, ds, y + 1), _mm_unpackhi_epi64(v, v));
-        } else {
-            lo = _mm_adds_epi16(_mm_unpacklo_epi8(p, z), _mm_unpacklo_epi64(r[y], r[y + 1]));
-            const __m128i v = _mm_packus_epi16(lo, lo);
-            simd::store<4>(row(dst, ds, y), v);
-            simd::store<4>(row(dst, ds, y + 1), _mm_srli_si128(v, 4));
+            _mm_storeh_pd(reinterpret_cast<double*>(row(dst, ds, y + 1)), _mm_castsi128_pd(v));
         }
     }
 }

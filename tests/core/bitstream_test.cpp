@@ -1,6 +1,7 @@
 // The word and byte cursors against a bit-by-bit model of the stream, with
 // the stream placed against an unreadable page to prove the look-ahead rules.
 #include <algorithm>
+#include <vector>
 
 #include "common/guard_page.h"
 #include "common/harness.h"
@@ -137,7 +138,19 @@ TEST(ByteCursor, ReadsMatchTheBitModelAndStayWithinOneByteAhead) {
         while (true) {
             int known = r.uniform(1, 8), n = r.uniform(known, known + 8);
             if (pos + known > kBytes * 8LL) break;
-            if (r.coin()) {
+            // The escapes' loads of two or three bytes, the stream known to
+            // reach into the byte before the last of them.
+            const long long nextByte = (pos + rd.available()) / 8;
+            const int k = r.coin() ? 2 : 3;
+            if (r.uniform(0, 3) == 0 && rd.available() <= 64 - 8 * k && nextByte + k - 1 <= kBytes) {
+                if (k == 2)
+                    rd.loadBytes<2>();
+                else
+                    rd.loadBytes<3>();
+                const int m = std::min(32, rd.available());
+                ASSERT_EQ(rd.peek(m), byteBits(b, pos, m));
+                rd.skip(known);
+            } else if (r.coin()) {
                 rd.fillShort(n);
                 ASSERT_GE(rd.available(), n);
                 int m = std::min(n, static_cast<int>(kBytes * 8LL + 8 - pos));
@@ -151,6 +164,44 @@ TEST(ByteCursor, ReadsMatchTheBitModelAndStayWithinOneByteAhead) {
             ASSERT_EQ(rd.ptr(), b + pos / 8);
             ASSERT_EQ(rd.offset(), static_cast<int>(pos % 8));
         }
+    }
+}
+
+// The backward reader: reads, peeks and steps back of up to 32 bits toward
+// the start of a stream held in exactly its bytes (the sanitizer build
+// reports a look behind the bits read), marks kept as copies.
+TEST(ByteCursor, BackReaderMatchesTheBitModel) {
+    Rng r(12);
+    std::vector<Mox8u> bytes(200);
+    for (Mox8u& x : bytes) x = static_cast<Mox8u>(r.range(0, 255));
+    const Mox8u* b = bytes.data();
+    for (int trial = 0; trial < 200; ++trial) {
+        long long pos = r.uniform(1, 200 * 8 - 1);  // bits before the cursor
+        mox::ByteBackReader rd(b + pos / 8, static_cast<int>(pos % 8));
+        const mox::ByteBackReader start = rd;
+        const long long startPos = pos;
+        while (pos > 0) {
+            const int n = static_cast<int>(std::min<long long>(r.uniform(1, 32), pos));
+            ASSERT_EQ(rd.peek(n), byteBits(b, pos - n, n));
+            const int m = r.uniform(0, n);
+            if (r.coin()) {
+                rd.back(m);
+            } else if (m > 0) {
+                ASSERT_EQ(rd.read(m), byteBits(b, pos - m, m));
+            }
+            pos -= m;
+            Mox8u* p = nullptr;
+            int off = -1;
+            rd.commit(&p, &off);
+            ASSERT_EQ(p, b + pos / 8);
+            ASSERT_EQ(off, static_cast<int>(pos % 8));
+        }
+        rd = start;
+        Mox8u* p = nullptr;
+        int off = -1;
+        rd.commit(&p, &off);
+        ASSERT_EQ(p, b + startPos / 8);
+        ASSERT_EQ(off, static_cast<int>(startPos % 8));
     }
 }
 
