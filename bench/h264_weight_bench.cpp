@@ -25,11 +25,11 @@ void BM_UniDir(benchmark::State& st) {
     mox::bench::measure(st, [&] { moxiUniDirWeightBlock_H264_8u_C1R(p.d.data(), kStep, 5, 40, -3, {W, H}); });
 }
 
-// An offset beyond the square blocks' single-prediction kernel (offsets -64..63 with a denominator).
+// An offset beyond the square blocks' single-prediction kernel (H.264 offsets -128..127).
 template <int W, int H>
 void BM_UniDirWideOffset(benchmark::State& st) {
     Planes8u p;
-    mox::bench::measure(st, [&] { moxiUniDirWeightBlock_H264_8u_C1R(p.d.data(), kStep, 5, 40, 100, {W, H}); });
+    mox::bench::measure(st, [&] { moxiUniDirWeightBlock_H264_8u_C1R(p.d.data(), kStep, 5, 40, 200, {W, H}); });
 }
 
 template <int W, int H>

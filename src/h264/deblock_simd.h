@@ -17,6 +17,15 @@ struct Limits {
     bool off;
 };
 
+// Some strength byte of the four is 4.
+inline bool hasStrong(uint32_t b4) {
+    const uint32_t y = b4 ^ 0x04040404u;
+    return ((y - 0x01010101u) & ~y & 0x80808080u) != 0;
+}
+
+// Every strength byte of the four is 0 or 4.
+inline bool onlyStrong(uint32_t b4) { return (b4 & ~0x04040404u) == 0; }
+
 inline Limits limits(uint32_t alpha, uint32_t beta, uint32_t maxSample = 255) {
     Limits l;
     l.off = alpha == 0 || beta == 0;
@@ -37,6 +46,9 @@ namespace mox::deblock {
 // pavgw), exact at either width.
 struct Bytes {
     static __m128i avg(__m128i a, __m128i b) { return _mm_avg_epu8(a, b); }
+    static __m128i subs(__m128i a, __m128i b) { return _mm_subs_epu8(a, b); }
+    static __m128i max(__m128i a, __m128i b) { return _mm_max_epu8(a, b); }
+    static __m128i isZero(__m128i a) { return _mm_cmpeq_epi8(a, _mm_setzero_si128()); }
     static __m128i add(__m128i a, __m128i b) { return _mm_add_epi8(a, b); }
     static __m128i sub(__m128i a, __m128i b) { return _mm_sub_epi8(a, b); }
     static __m128i set(int k) { return _mm_set1_epi8(static_cast<char>(k)); }
@@ -45,11 +57,50 @@ struct Bytes {
 };
 struct Words {
     static __m128i avg(__m128i a, __m128i b) { return _mm_avg_epu16(a, b); }
+    static __m128i subs(__m128i a, __m128i b) { return _mm_subs_epu16(a, b); }
+    static __m128i max(__m128i a, __m128i b) { return _mm_max_epu16(a, b); }
+    static __m128i isZero(__m128i a) { return _mm_cmpeq_epi16(a, _mm_setzero_si128()); }
     static __m128i add(__m128i a, __m128i b) { return _mm_add_epi16(a, b); }
     static __m128i sub(__m128i a, __m128i b) { return _mm_sub_epi16(a, b); }
     static __m128i set(int k) { return _mm_set1_epi16(static_cast<short>(k)); }
     static __m128i avgDown(__m128i a, __m128i b) { return sub(avg(a, b), _mm_and_si128(_mm_xor_si128(a, b), set(1))); }
 };
+
+// |a - b| and the lanes where x <= t (unsigned).
+template <class O>
+inline __attribute__((always_inline)) __m128i absDiff(__m128i a, __m128i b) {
+    return _mm_or_si128(O::subs(a, b), O::subs(b, a));
+}
+template <class O>
+inline __attribute__((always_inline)) __m128i atMost(__m128i x, __m128i t) {
+    return O::isZero(O::subs(x, t));
+}
+
+// The line filter mask: active lanes with |p0-q0| < alpha, |p1-p0| < beta,
+// |q1-q0| < beta (both beta tests on the larger difference; the excesses
+// over the limits are zero together). Lanes holds am1, bm1 (alpha - 1,
+// beta - 1) and active in each lane.
+template <class O, class Lanes>
+inline __attribute__((always_inline)) __m128i lineMask(__m128i p1, __m128i p0, __m128i q0, __m128i q1,
+                                                        const Lanes& L) {
+    const __m128i overB = O::subs(O::max(absDiff<O>(p1, p0), absDiff<O>(q1, q0)), L.bm1);
+    const __m128i overA = O::subs(absDiff<O>(p0, q0), L.am1);
+    return _mm_and_si128(L.active, O::isZero(_mm_or_si128(overA, overB)));
+}
+
+// The tests of lines without strength 4: filt, the lines that filter, and
+// ap, aq within them (|p2 - p0| < beta, |q2 - q0| < beta); false when no
+// line filters.
+template <class O, class Lanes>
+inline __attribute__((always_inline)) bool normalTests(__m128i p2, __m128i p1, __m128i p0, __m128i q0, __m128i q1,
+                                                        __m128i q2, const Lanes& L, __m128i& filt, __m128i& ap,
+                                                        __m128i& aq) {
+    filt = lineMask<O>(p1, p0, q0, q1, L);
+    if (_mm_movemask_epi8(filt) == 0) return false;
+    ap = _mm_and_si128(atMost<O>(absDiff<O>(p2, p0), L.bm1), filt);
+    aq = _mm_and_si128(atMost<O>(absDiff<O>(q2, q0), L.bm1), filt);
+    return true;
+}
 
 // (S + c) >> N from an estimate e that is that value or one more, and
 // s = S + c modulo the lane width: bit 0 of the result is bit N of s (N <= 7),
@@ -98,6 +149,20 @@ inline __attribute__((always_inline)) void strongLuma(__m128i* v, __m128i sp, __
     v[6] = _mm_blendv_epi8(v[6], o2, sq);
     v[5] = _mm_blendv_epi8(q1, o1, sq);
     v[4] = _mm_blendv_epi8(q0, _mm_blendv_epi8(O::avg(q1, O::avgDown(q0, p1)), o0, sq), strong);
+}
+
+
+// Luma filter of lines that all have strength 4 (or 0) over v = p3..q3;
+// false when no line changed. Lanes also holds sm1 ((alpha >> 2) + 1).
+template <class O, class Lanes>
+inline __attribute__((always_inline)) bool lumaStrong(__m128i v[8], const Lanes& L) {
+    const __m128i filt = lineMask<O>(v[2], v[3], v[4], v[5], L);
+    if (_mm_movemask_epi8(filt) == 0) return false;
+    const __m128i small = _mm_and_si128(atMost<O>(absDiff<O>(v[3], v[4]), L.sm1), filt);
+    const __m128i sp = _mm_and_si128(atMost<O>(absDiff<O>(v[1], v[3]), L.bm1), small);
+    const __m128i sq = _mm_and_si128(atMost<O>(absDiff<O>(v[6], v[4]), L.bm1), small);
+    strongLuma<O>(v, sp, sq, filt);
+    return true;
 }
 
 }  // namespace mox::deblock

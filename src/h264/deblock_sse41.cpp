@@ -20,9 +20,6 @@ using namespace mox::deblock;
 
 #define MOX_INLINE inline __attribute__((always_inline))
 
-MOX_INLINE __m128i absDiff(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a)); }
-// Lanes where x <= t.
-MOX_INLINE __m128i atMost(__m128i x, __m128i t) { return _mm_cmpeq_epi8(_mm_subs_epu8(x, t), _mm_setzero_si128()); }
 // floor((a + b) / 2).
 MOX_INLINE __m128i avgDown(__m128i a, __m128i b) {
     return _mm_sub_epi8(_mm_avg_epu8(a, b), _mm_and_si128(_mm_xor_si128(a, b), _mm_set1_epi8(1)));
@@ -100,21 +97,12 @@ MOX_INLINE __m128i sideP1(__m128i p2, __m128i p1, __m128i avg, __m128i tc0) {
     return _mm_min_epu8(_mm_max_epu8(avgDown(p2, avg), _mm_subs_epu8(p1, tc0)), _mm_adds_epu8(p1, tc0));
 }
 
-// The line filter mask: active lanes with |p0-q0| < alpha, |p1-p0| < beta, |q1-q0| < beta
-// (both beta tests on the larger difference; the excesses over the limits
-// are zero together).
-MOX_INLINE __m128i lineMask(__m128i p1, __m128i p0, __m128i q0, __m128i q1, const Lanes& L) {
-    const __m128i overB = _mm_subs_epu8(_mm_max_epu8(absDiff(p1, p0), absDiff(q1, q0)), L.bm1);
-    const __m128i overA = _mm_subs_epu8(absDiff(p0, q0), L.am1);
-    return _mm_and_si128(L.active, _mm_cmpeq_epi8(_mm_or_si128(overA, overB), _mm_setzero_si128()));
-}
-
 // Luma filter over v = p3 p2 p1 p0 q0 q1 q2 q3; false when no line changed.
 MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
     const __m128i p2 = v[1], p1 = v[2], p0 = v[3], q0 = v[4], q1 = v[5], q2 = v[6];
-    const __m128i filt = lineMask(p1, p0, q0, q1, L);
+    const __m128i filt = lineMask<Bytes>(p1, p0, q0, q1, L);
     if (_mm_movemask_epi8(filt) == 0) return false;
-    const __m128i ap = atMost(absDiff(p2, p0), L.bm1), aq = atMost(absDiff(q2, q0), L.bm1);
+    const __m128i ap = atMost<Bytes>(absDiff<Bytes>(p2, p0), L.bm1), aq = atMost<Bytes>(absDiff<Bytes>(q2, q0), L.bm1);
     const __m128i normal = _mm_andnot_si128(L.strong, filt), strong = _mm_and_si128(L.strong, filt);
     if (_mm_movemask_epi8(normal)) {
         // tc0 + 1 for each of ap, aq (all-ones lanes); tc0 is capped at 253
@@ -126,23 +114,11 @@ MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
         v[5] = sideP1(q2, q1, avg, _mm_and_si128(L.tc0, _mm_and_si128(normal, aq)));
     }
     if (_mm_movemask_epi8(strong)) {
-        const __m128i small = atMost(absDiff(p0, q0), L.sm1);
+        const __m128i small = atMost<Bytes>(absDiff<Bytes>(p0, q0), L.sm1);
         const __m128i sp = _mm_and_si128(strong, _mm_and_si128(ap, small));
         const __m128i sq = _mm_and_si128(strong, _mm_and_si128(aq, small));
         strongLuma<Bytes>(v, sp, sq, strong);
     }
-    return true;
-}
-
-// Luma filter of lines that all have strength 4 (or 0) over v = p3..q3;
-// false when no line changed.
-MOX_INLINE bool lumaStrong(__m128i v[8], const Lanes& L) {
-    const __m128i filt = lineMask(v[2], v[3], v[4], v[5], L);
-    if (_mm_movemask_epi8(filt) == 0) return false;
-    const __m128i small = _mm_and_si128(atMost(absDiff(v[3], v[4]), L.sm1), filt);
-    const __m128i sp = _mm_and_si128(atMost(absDiff(v[1], v[3]), L.bm1), small);
-    const __m128i sq = _mm_and_si128(atMost(absDiff(v[6], v[4]), L.bm1), small);
-    strongLuma<Bytes>(v, sp, sq, filt);
     return true;
 }
 
@@ -151,10 +127,8 @@ MOX_INLINE bool lumaStrong(__m128i v[8], const Lanes& L) {
 // lumaFilter, and no p3, q3.
 MOX_INLINE bool lumaNormal(__m128i p2, __m128i& p1, __m128i& p0, __m128i& q0, __m128i& q1, __m128i q2,
                            const Lanes& L) {
-    const __m128i filt = lineMask(p1, p0, q0, q1, L);
-    if (_mm_movemask_epi8(filt) == 0) return false;
-    const __m128i ap = _mm_and_si128(atMost(absDiff(p2, p0), L.bm1), filt);
-    const __m128i aq = _mm_and_si128(atMost(absDiff(q2, q0), L.bm1), filt);
+    __m128i filt, ap, aq;
+    if (!normalTests<Bytes>(p2, p1, p0, q0, q1, q2, L, filt, ap, aq)) return false;
     const __m128i tc = _mm_sub_epi8(_mm_sub_epi8(_mm_min_epu8(L.tc0, _mm_set1_epi8(-3)), ap), aq);
     const __m128i avg = _mm_avg_epu8(p0, q0);
     const __m128i np1 = sideP1(p2, p1, avg, _mm_and_si128(L.tc0, ap));
@@ -165,18 +139,10 @@ MOX_INLINE bool lumaNormal(__m128i p2, __m128i& p1, __m128i& p0, __m128i& q0, __
     return true;
 }
 
-// Some strength byte of the four is 4.
-MOX_INLINE bool hasStrong(uint32_t b4) {
-    const uint32_t y = b4 ^ 0x04040404u;
-    return ((y - 0x01010101u) & ~y & 0x80808080u) != 0;
-}
-
-// Every strength byte of the four is 0 or 4.
-MOX_INLINE bool onlyStrong(uint32_t b4) { return (b4 & ~0x04040404u) == 0; }
 
 // Chroma filter of p0 and q0 (p1, q1 are only read); false when no line changed.
 MOX_INLINE bool chromaFilter(__m128i p1, __m128i& p0, __m128i& q0, __m128i q1, const Lanes& L) {
-    const __m128i filt = lineMask(p1, p0, q0, q1, L);
+    const __m128i filt = lineMask<Bytes>(p1, p0, q0, q1, L);
     if (_mm_movemask_epi8(filt) == 0) return false;
     const __m128i strong = _mm_and_si128(L.strong, filt);
     const __m128i sp0 = _mm_avg_epu8(p1, avgDown(p0, q1)), sq0 = _mm_avg_epu8(q1, avgDown(q0, p1));
@@ -266,10 +232,6 @@ MOX_INLINE void transpose8x8(const __m128i in[4], __m128i out[4]) {
     out[3] = _mm_unpackhi_epi32(b1, b3);
 }
 
-MOX_INLINE void store8x2(Mox8u* lo, Mox8u* hi, __m128i v) {
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(lo), v);
-    _mm_storeh_pi(reinterpret_cast<__m64*>(hi), _mm_castsi128_ps(v));
-}
 MOX_INLINE void store32(Mox8u* p, __m128i v) {
     const uint32_t x = static_cast<uint32_t>(_mm_cvtsi128_si32(v));
     std::memcpy(p, &x, 4);
@@ -278,8 +240,8 @@ MOX_INLINE void store32(Mox8u* p, __m128i v) {
 // ---------------------------------------------------------------- luma
 
 // One horizontal luma edge, q at row 0: lines of strengths 0..3 only
-// (Normal), 0 and 4 only (Strong) or any mix. The edges with strength 4 run
-// out of line, so that their filter has the registers to itself.
+// (Normal), 0 and 4 only (Strong) or any mix. Mixed edges run out of line,
+// so that their filter has the registers to itself.
 enum class EdgeKind { Normal, Strong, Mixed };
 template <EdgeKind K>
 inline __attribute__((always_inline)) void lumaHorEdge(Mox8u* q, int step, const Lanes& L) {
@@ -295,7 +257,7 @@ inline __attribute__((always_inline)) void lumaHorEdge(Mox8u* q, int step, const
         __m128i v[8];
         #pragma GCC unroll 16
         for (int k = 0; k < 8; ++k) v[k] = simd::load<16>(row(q, step, k - 4));
-        if (!(K == EdgeKind::Strong ? lumaStrong(v, L) : lumaFilter(v, L))) return;
+        if (!(K == EdgeKind::Strong ? lumaStrong<Bytes>(v, L) : lumaFilter(v, L))) return;
         #pragma GCC unroll 16
         for (int k = 1; k < 7; ++k) simd::store<16>(row(q, step, k - 4), v[k]);
     }
@@ -320,7 +282,7 @@ __attribute__((noinline)) void lumaHor(Mox8u* p, int step, const Mox8u* alpha, c
         const Lanes L = lanes(spread4(bs + 4 * e), spread4(tc0 + 4 * e), l);
         Mox8u* q = row(p, step, 4 * e);
         if (onlyStrong(b4))
-            lumaHorEdgeOutOfLine<EdgeKind::Strong>(q, step, L);
+            lumaHorEdge<EdgeKind::Strong>(q, step, L);
         else if (hasStrong(b4))
             lumaHorEdgeOutOfLine<EdgeKind::Mixed>(q, step, L);
         else
@@ -359,7 +321,7 @@ void lumaVer(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mo
         const Lanes L = lanes(spread4(bs + 4 * e), spread4(tc0 + 4 * e), l);
         __m128i* v = c + 4 * e;
         const uint32_t b4 = load32(bs + 4 * e);
-        changed |= onlyStrong(b4)  ? lumaStrong(v, L)
+        changed |= onlyStrong(b4)  ? lumaStrong<Bytes>(v, L)
                    : hasStrong(b4) ? lumaFilter(v, L)
                                    : lumaNormal(v[1], v[2], v[3], v[4], v[5], v[6], L);
     }
@@ -377,7 +339,7 @@ void lumaVer(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mo
             continue;
         }
         #pragma GCC unroll 16
-        for (int k = 0; k < 8; ++k) store8x2(row(p, step, 2 * k) + x, row(p, step, 2 * k + 1) + x, o[k]);
+        for (int k = 0; k < 8; ++k) simd::store8x2(row(p, step, 2 * k) + x, row(p, step, 2 * k + 1) + x, o[k]);
     }
 }
 
@@ -402,7 +364,7 @@ void lumaVerMbaff(Mox8u* p, int step, uint32_t alpha, uint32_t beta, const Mox8u
     for (int k = 0; k < 4; ++k) c[k] = _mm_unpacklo_epi64(v[2 * k], v[2 * k + 1]);
     transpose8x8(c, in);
     #pragma GCC unroll 16
-    for (int k = 0; k < 4; ++k) store8x2(row(q, step, 2 * k), row(q, step, 2 * k + 1), in[k]);
+    for (int k = 0; k < 4; ++k) simd::store8x2(row(q, step, 2 * k), row(q, step, 2 * k + 1), in[k]);
 }
 
 // ---------------------------------------------------------------- 4:2:0 chroma
@@ -425,10 +387,10 @@ void chromaHor(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const 
     __m128i p0 = ld(-1), q0 = ld(0);
     if (!chromaFilter(p1, p0, q0, q1, L)) return;
     if (edge0)
-        store8x2(row(p, step, -1), row(p, step, 3), p0);
+        simd::store8x2(row(p, step, -1), row(p, step, 3), p0);
     else
         _mm_storeh_pi(reinterpret_cast<__m64*>(row(p, step, 3)), _mm_castsi128_ps(p0));
-    store8x2(row(p, step, 0), row(p, step, 4), q0);
+    simd::store8x2(row(p, step, 0), row(p, step, 4), q0);
 }
 
 void chromaVer(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mox8u* tc0, const Mox8u* bs) {
@@ -461,11 +423,11 @@ void chromaVer(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const 
         // Columns 0..5 back in place, columns 6 and 7 as they were.
         #pragma GCC unroll 16
         for (int k = 0; k < 4; ++k)
-            store8x2(row(p, step, 2 * k), row(p, step, 2 * k + 1), _mm_blend_epi16(_mm_srli_epi64(in[k], 16), orig[k], 0x88));
+            simd::store8x2(row(p, step, 2 * k), row(p, step, 2 * k + 1), _mm_blend_epi16(_mm_srli_epi64(in[k], 16), orig[k], 0x88));
         return;
     }
     #pragma GCC unroll 16
-    for (int k = 0; k < 4; ++k) store8x2(row(q, step, 2 * k), row(q, step, 2 * k + 1), in[k]);
+    for (int k = 0; k < 4; ++k) simd::store8x2(row(q, step, 2 * k), row(q, step, 2 * k + 1), in[k]);
 }
 
 // Interleaved U/V: lane 2k + c is component c of line k.
@@ -608,12 +570,12 @@ void chroma422Ver(const MoxiFilterDeblock_8u* d) {
         // Columns 0..5 back in place, columns 6 and 7 as they were.
         #pragma GCC unroll 16
         for (int k = 0; k < 8; ++k)
-            store8x2(row(p, step, 2 * k), row(p, step, 2 * k + 1),
+            simd::store8x2(row(p, step, 2 * k), row(p, step, 2 * k + 1),
                      _mm_blend_epi16(_mm_srli_epi64(o[k], 16), _mm_unpacklo_epi64(r[2 * k], r[2 * k + 1]), 0x88));
         return;
     }
     #pragma GCC unroll 16
-    for (int k = 0; k < 8; ++k) store8x2(row(q, step, 2 * k), row(q, step, 2 * k + 1), o[k]);
+    for (int k = 0; k < 8; ++k) simd::store8x2(row(q, step, 2 * k), row(q, step, 2 * k + 1), o[k]);
 }
 
 // Horizontal edges in pairs (0, 1) and (2, 3), low lanes the first of a pair.
@@ -644,8 +606,8 @@ void chroma422Hor(const MoxiFilterDeblock_8u* d) {
         if (outer)
             _mm_storeh_pi(reinterpret_cast<__m64*>(row(q, step, 3)), _mm_castsi128_ps(p0));
         else
-            store8x2(row(q, step, -1), row(q, step, 3), p0);
-        store8x2(q, row(q, step, 4), q0);
+            simd::store8x2(row(q, step, -1), row(q, step, 3), p0);
+        simd::store8x2(q, row(q, step, 4), q0);
     }
 }
 

@@ -71,7 +71,10 @@ inline void put(Mox8u* d0, Mox8u* d1, __m128i v) {
     } else {
         v = _mm_shuffle_epi8(v, _mm_setr_epi8(0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15));
         simd::store<N / 2>(d0, v);
-        simd::store<N / 2>(d1, _mm_srli_si128(v, 8));
+        if constexpr (N == 16)
+            _mm_storeh_pi(reinterpret_cast<__m64*>(d1), _mm_castsi128_ps(v));
+        else
+            simd::store<N / 2>(d1, _mm_srli_si128(v, 8));
     }
 }
 
@@ -269,8 +272,16 @@ struct PickC2 {
 constexpr std::array<Kernel, 32> kPlanar = makeTable<Kernel, PickPlanar>(std::make_index_sequence<32>{});
 constexpr std::array<KernelC2, 32> kC2 = makeTable<KernelC2, PickC2>(std::make_index_sequence<32>{});
 
+// Fraction case (dx != 0) | (dy != 0) << 1 of fraction dy * 8 + dx, looked
+// up rather than computed: the wrappers stay short.
+template <size_t... I>
+constexpr std::array<uint8_t, 64> makeCases(std::index_sequence<I...>) {
+    return {{static_cast<uint8_t>(((I & 7) != 0) | (((I >> 3) != 0) << 1))...}};
+}
+constexpr std::array<uint8_t, 64> kCases = makeCases(std::make_index_sequence<64>{});
+
 // Widths are 0 .. 14, even (checked by the caller).
-inline int kernelIndex(int dx, int dy, int w) { return (w << 1) | (dx != 0) | ((dy != 0) << 1); }
+inline int kernelIndex(int dx, int dy, int w) { return (w << 1) | kCases[dy * 8 + dx]; }
 
 }  // namespace
 

@@ -138,7 +138,7 @@ constexpr int kBandRows = 16;
 // Positions that need no centre sample: integer, horizontal or vertical
 // half and their quarters, and the four diagonal quarters.
 template <int W, int DX, int DY>
-MOX_OUT_OF_LINE MoxStatus lumaRows(const Mox8u* src, int ss, Mox8u* dst, int ds, int h) {
+[[gnu::always_inline]] inline void lumaRowsBody(const Mox8u* src, int ss, Mox8u* dst, int ds, int h) {
     if constexpr (DY == 0) {
         for (int y = 0; y < h; ++y) {
             const Mox8u* s = row(src, ss, y);
@@ -153,6 +153,7 @@ MOX_OUT_OF_LINE MoxStatus lumaRows(const Mox8u* src, int ss, Mox8u* dst, int ds,
         }
     } else {
         VWindow<W> vw(src + (DX == 3), ss);
+#pragma GCC unroll 4
         for (int y0 = 0; y0 < h; y0 += 4) {
             vw.next4([&](int i, __m128i v) __attribute__((always_inline)) {
                 const Mox8u* s = row(src, ss, y0 + i);
@@ -161,6 +162,22 @@ MOX_OUT_OF_LINE MoxStatus lumaRows(const Mox8u* src, int ss, Mox8u* dst, int ds,
                 simd::store<W>(row(dst, ds, y0 + i), v);
             });
         }
+    }
+}
+
+// Sixteen wide with a vertical filter, heights 16 and 8 run fully unrolled:
+// the window of row pairs then stays in registers without moves between
+// groups of four rows.
+template <int W, int DX, int DY>
+MOX_OUT_OF_LINE MoxStatus lumaRows(const Mox8u* src, int ss, Mox8u* dst, int ds, int h) {
+    if constexpr (W == 16 && DY != 0) {
+        switch (h) {
+            case 16: lumaRowsBody<W, DX, DY>(src, ss, dst, ds, 16); break;
+            case 8: lumaRowsBody<W, DX, DY>(src, ss, dst, ds, 8); break;
+            default: lumaRowsBody<W, DX, DY>(src, ss, dst, ds, h); break;
+        }
+    } else {
+        lumaRowsBody<W, DX, DY>(src, ss, dst, ds, h);
     }
     return moxStsNoErr;
 }

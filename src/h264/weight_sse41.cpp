@@ -6,8 +6,9 @@
 // one of sixteen), so every size runs the same few instructions per register
 // and the row loop is unrolled at compile time. One kernel is instantiated
 // per width and height and chosen once per call from a table; blocks 8 or 16
-// samples wide and high with the usual H.264 parameters skip the table and
-// run an unrolled loop inlined in the entry point (see "square fast paths").
+// samples wide and high, and 4x4, with the usual H.264 parameters skip the
+// table and run unrolled code inlined in the entry point (see "square fast
+// paths": pmaddubsw, then pmulhrsw for the rounding shift).
 //
 //  * Single prediction, 8-bit, H.264 weights: pmullw of the zero-extended
 //    samples, paddsw of the rounding term plus the offset shifted up, psraw,
@@ -21,6 +22,7 @@
 //    denominator are one constant K, so (sum + K) >> shift is the whole
 //    formula; then packssdw/packusdw and the clamp.
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -246,6 +248,25 @@ struct Bi16 : Pairs<false> {
     }
 };
 
+// 16-bit single prediction with the rounding term and offset as the weight
+// of a constant 1: pmaddwd of (s, 1) word pairs with (w, k) gives s * w + k
+// (k within 16 bits), then psrad, packusdw and the clamp.
+struct Uni16 {
+    __m128i wk, one, shift, maxValue;
+    explicit Uni16(const Params& p)
+        : wk(_mm_set1_epi32(static_cast<int>((static_cast<uint32_t>(p.k) << 16) | (p.w1 & 0xFFFF)))),
+          one(_mm_set1_epi16(1)),
+          shift(_mm_cvtsi32_si128(p.shift)),
+          maxValue(_mm_set1_epi16(static_cast<short>(p.maxValue))) {}
+    __m128i quad(__m128i pairs) const { return _mm_sra_epi32(_mm_madd_epi16(pairs, wk), shift); }
+    template <int N>
+    __m128i apply(__m128i s, __m128i) const {
+        __m128i lo = quad(_mm_unpacklo_epi16(s, one));
+        __m128i hi = N > 8 ? quad(_mm_unpackhi_epi16(s, one)) : lo;
+        return _mm_min_epu16(_mm_packus_epi32(lo, hi), maxValue);
+    }
+};
+
 struct Avg16 {
     explicit Avg16(const Params&) {}
     template <int N>
@@ -281,58 +302,73 @@ inline void run(const void* a, int as, const void* b, int bs, void* d, int ds, M
 }
 
 // ---------------------------------------------------------------- 8- and 16-sample square fast paths
-// Blocks 8 or 16 samples wide and high with the usual H.264 parameters run
-// inline in the entry points: no size table, no parameter record, rows
-// unrolled, one pmaddubsw per 8 samples.
+// Blocks 8 or 16 samples wide and high, and 4x4, with the usual H.264
+// parameters run inline in the entry points: no size table, no parameter
+// record, rows unrolled, one pmaddubsw and one pmulhrsw per 8 samples.
 
-// 8-bit single prediction as one pmaddubsw of (s, u) byte pairs with (w, c):
-// s * w + u * c where u * c = round + (offset << shift), then psraw, packuswb.
-// For shift 0 that is u = 1, c = offset; else round + (offset << shift) =
-// 2^(shift-1) * (2 offset + 1), so u = 2^(shift-1), c = 2 offset + 1, which
-// covers offsets -64..63. With shift <= 7 a sum that saturates is beyond
-// 2^15 in size, so after the shift it lies above 255 or below 0 either way
-// and packuswb clamps it as it would the exact sum.
+// 8-bit single prediction as one pmaddubsw of (s, u) byte pairs with (w, o),
+// u = 2^shift: X = s * w + (o << shift), then pmulhrsw by 2^(15 - shift),
+// which is (X + 2^(shift-1)) >> shift exactly, so the rounding comes free
+// and every H.264 weight and offset (-128..127) and denominator (0..7) fits.
+// A sum X that saturates is beyond 2^15 in size, so the result lies above
+// 255 or below 0 either way and packuswb clamps it as it would the exact
+// sum. Denominator 0 has no shift at all (kShift false).
+template <bool kShift>
 struct UniPairs {
-    __m128i u, wc, shift;
-    UniPairs(int uByte, int w, int c, int s)
-        : u(_mm_set1_epi8(static_cast<char>(uByte))),
-          wc(_mm_set1_epi16(static_cast<short>((w & 0xFF) | ((c & 0xFF) << 8)))),
-          shift(_mm_cvtsi32_si128(s)) {}
+    __m128i u, wo, m;
+    UniPairs(int w, int o, int s)
+        : u(_mm_set1_epi8(static_cast<char>(1 << s))),
+          wo(_mm_set1_epi16(static_cast<short>((w & 0xFF) | ((o & 0xFF) << 8)))),
+          m(_mm_set1_epi16(static_cast<short>(kShift ? 1 << (15 - s) : 0))) {}
+    __m128i half(__m128i pairs) const {
+        const __m128i x = _mm_maddubs_epi16(pairs, wo);
+        return kShift ? _mm_mulhrs_epi16(x, m) : x;
+    }
     template <int N>
     __m128i apply(__m128i s, __m128i) const {
-        const __m128i lo = _mm_sra_epi16(_mm_maddubs_epi16(_mm_unpacklo_epi8(s, u), wc), shift);
-        const __m128i hi = _mm_sra_epi16(_mm_maddubs_epi16(_mm_unpackhi_epi8(s, u), wc), shift);
-        return _mm_packus_epi16(lo, hi);
+        return _mm_packus_epi16(half(_mm_unpacklo_epi8(s, u)), half(_mm_unpackhi_epi8(s, u)));
     }
 };
 
 #define MOX_INLINE inline __attribute__((always_inline))
 
-// Rows of W (8 or 16) bytes, H rows: a register holds one row of 16 or two of 8.
+// Rows of W (4, 8 or 16) bytes, H rows: a register holds one row of 16, two of 8 or four of 4.
 template <int W, int H, class Op>
 MOX_INLINE void square(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, const Op& op) {
-    if constexpr (W == 16) {
+    // Four rows per step (the heights are 8 and 16), each stream advancing once per step.
+    const std::ptrdiff_t sa = as, sb = bs, sd = ds, sa3 = 3 * sa, sb3 = 3 * sb, sd3 = 3 * sd;
+    auto one = [&](const Mox8u* pa, const Mox8u* pb, Mox8u* pd) __attribute__((always_inline)) {
+        simd::store<16>(pd, op.template apply<16>(simd::load<16>(pa), simd::load<16>(pb)));
+    };
+    auto two = [&](const Mox8u* pa, std::ptrdiff_t na, const Mox8u* pb, std::ptrdiff_t nb, Mox8u* pd,
+                   std::ptrdiff_t nd) __attribute__((always_inline)) {
+        const __m128i r = op.template apply<16>(simd::load8x2(pa, pa + na), simd::load8x2(pb, pb + nb));
+        simd::store<8>(pd, r);
+        _mm_storeh_pi(reinterpret_cast<__m64*>(pd + nd), _mm_castsi128_ps(r));
+    };
+    if constexpr (W == 4) {  // 4x4: the whole block in one register
+        static_assert(H == 4);
+        scatter<4, 4>(d, ds, op.template apply<16>(gather<4, 4>(a, as), gather<4, 4>(b, bs)));
+        return;
+    }
 #pragma GCC unroll 16
-        for (int y = 0; y < H; ++y) {
-            simd::store<16>(d, op.template apply<16>(simd::load<16>(a), simd::load<16>(b)));
-            a += as;
-            b += bs;
-            d += ds;
+    for (int y = 0; y < H; y += 4) {
+        if constexpr (W == 16) {
+            one(a, b, d);
+            one(a + sa, b + sb, d + sd);
+            one(a + 2 * sa, b + 2 * sb, d + 2 * sd);
+            one(a + sa3, b + sb3, d + sd3);
+        } else {
+            two(a, sa, b, sb, d, sd);
+            two(a + 2 * sa, sa, b + 2 * sb, sb, d + 2 * sd, sd);
         }
-    } else {
-#pragma GCC unroll 16
-        for (int y = 0; y < H; y += 2) {
-            const __m128i r = op.template apply<16>(simd::load8x2(a, a + as), simd::load8x2(b, b + bs));
-            simd::store<8>(d, r);
-            _mm_storeh_pi(reinterpret_cast<__m64*>(d + ds), _mm_castsi128_ps(r));
-            a += 2 * as;
-            b += 2 * bs;
-            d += 2 * ds;
-        }
+        a += 4 * sa;
+        b += 4 * sb;
+        d += 4 * sd;
     }
 }
 
-// Runs op over the block when it is 8 or 16 samples wide and high; false otherwise.
+// Runs op over the block when it is 8 or 16 samples wide and high or 4x4; false otherwise.
 template <class Op>
 MOX_INLINE bool squareBlock(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, MoxiSize size,
                             const Op& op) {
@@ -345,6 +381,8 @@ MOX_INLINE bool squareBlock(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8
         square<16, 8>(a, as, b, bs, d, ds, op);
     } else if (key == (8 << 8 | 16)) {
         square<8, 16>(a, as, b, bs, d, ds, op);
+    } else if (key == (4 << 8 | 4)) {
+        square<4, 4>(a, as, b, bs, d, ds, op);
     } else {
         return false;
     }
@@ -353,31 +391,58 @@ MOX_INLINE bool squareBlock(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8
 
 // Single prediction through UniPairs when the parameters allow it.
 MOX_INLINE bool uniFast8u(Mox8u* p, int step, Mox32u shift, int w, int offset, MoxiSize size) {
-    if (w < -128 || w > 127 || shift > 7) return false;
+    if (w < -128 || w > 127 || shift > 7 || offset < -128 || offset > 127) return false;
     const int s = static_cast<int>(shift);
-    const int u = s ? 1 << (s - 1) : 1, c = s ? 2 * offset + 1 : offset;
-    if (c < -128 || c > 127) return false;
-    return squareBlock(p, step, p, step, p, step, size, UniPairs(u, w, c, s));
+    if (s == 0) return squareBlock(p, step, p, step, p, step, size, UniPairs<false>(w, offset, 0));
+    return squareBlock(p, step, p, step, p, step, size, UniPairs<true>(w, offset, s));
 }
 
-// A weighted sum of two blocks through BiBytes with the offset folded, when
-// the weights are bytes and no sum can leave 16 bits (see weightPairs8u).
+// Two 8-bit predictions as one pmaddubsw of (s1, s2) byte pairs with (w1, w2)
+// bytes, exact when the caller has proved that no sum leaves 16 bits, then
+// pmulhrsw by 2^(15 - shift), which is (sum + 2^(shift-1)) >> shift: the
+// rounding of the explicit, implicit and weighted-average forms alike. The
+// offset follows with paddsw (kOffset), whose saturation, like packuswb's,
+// only ever happens to values far outside 0..255.
+template <bool kOffset>
+struct BiPairs {
+    __m128i w, m, offset;
+    BiPairs(int w1, int w2, int shift, int o)
+        : w(_mm_set1_epi16(static_cast<short>((w1 & 0xFF) | ((w2 & 0xFF) << 8)))),
+          m(_mm_set1_epi16(static_cast<short>(1 << (15 - shift)))),
+          offset(_mm_set1_epi16(static_cast<short>(o))) {}
+    __m128i half(__m128i pairs) const {
+        const __m128i v = _mm_mulhrs_epi16(_mm_maddubs_epi16(pairs, w), m);
+        return kOffset ? _mm_adds_epi16(v, offset) : v;
+    }
+    template <int N>
+    __m128i apply(__m128i s1, __m128i s2) const {
+        return _mm_packus_epi16(half(_mm_unpacklo_epi8(s1, s2)), half(_mm_unpackhi_epi8(s1, s2)));
+    }
+};
+
+// A weighted sum of two blocks, (s1 * w1 + s2 * w2 + 2^(shift-1)) >> shift
+// plus offset, through BiPairs when the weights are bytes whose sums cannot
+// leave 16 bits and the shift is 1..8.
 MOX_INLINE bool pairsFast8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, MoxiSize size,
-                            int w1, int w2, int64_t round, int shift, int64_t offset) {
-    // Byte weights, a rounding term below 2^8 and |offset << shift| below 2^17 keep the test in 32 bits.
-    if (w1 < -128 || w1 > 127 || w2 < -128 || w2 > 127 || shift > 8 || offset < -256 || offset > 255) return false;
-    const int k = static_cast<int>(round) + static_cast<int>(offset) * (1 << shift);
-    const int most = 255 * ((w1 > 0 ? w1 : 0) + (w2 > 0 ? w2 : 0)) + (k > 0 ? k : 0);
-    const int least = 255 * ((w1 < 0 ? w1 : 0) + (w2 < 0 ? w2 : 0)) + (k < 0 ? k : 0);
-    if (most > 32767 || least < -32768) return false;
-    return squareBlock(a, as, b, bs, d, ds, size, BiBytes<false>(Params{w1, w2, k, shift, 0, 255}));
+                            int w1, int w2, int shift, int64_t offset) {
+    if (w1 < -128 || w1 > 127 || w2 < -128 || w2 > 127 || shift < 1 || shift > 8 || offset < -32768 ||
+        offset > 32767)
+        return false;
+    // The sum is within 255 * 128 in size unless both weights have one sign
+    // and add up past 128 in size; with opposite signs |w1 + w2| <= 128 anyway.
+    if (w1 + w2 < -128 || w1 + w2 > 128) return false;
+    if (offset == 0) return squareBlock(a, as, b, bs, d, ds, size, BiPairs<false>(w1, w2, shift, 0));
+    return squareBlock(a, as, b, bs, d, ds, size, BiPairs<true>(w1, w2, shift, static_cast<int>(offset)));
 }
 
+// The general forms below run out of line, so that the entry points' fast
+// paths save no registers.
+//
 // A weighted sum of two 8-bit blocks: (s1 * w1 + s2 * w2 + round) >> shift, plus offset, clamped.
 // In 16 bits when the weights are bytes and the sums provably fit (all H.264
 // cases but weights summing past 128), else in 32 bits. The offset joins the
 // rounding term whenever that cannot overflow.
-void weightPairs8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, MoxiSize size, int w1, int w2,
+[[gnu::noinline]] void weightPairs8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, MoxiSize size, int w1, int w2,
                    int64_t round, int shift, int64_t offset) {
     const int64_t k = round + offset * (int64_t{1} << shift);
     if (w1 >= -128 && w1 <= 127 && w2 >= -128 && w2 <= 127) {
@@ -411,7 +476,7 @@ void weightPairs8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int
 inline int clampShift(int64_t s) { return s < 0 ? 0 : (s > kMaxShift ? kMaxShift : static_cast<int>(s)); }
 inline int64_t roundingTerm(int shift) { return shift > 0 ? int64_t{1} << (shift - 1) : 0; }
 
-void uniWeight8u(Mox8u* p, int step, Mox32u ulog2wd, int w, int offset, MoxiSize size) {
+[[gnu::noinline]] void uniWeight8u(Mox8u* p, int step, Mox32u ulog2wd, int w, int offset, MoxiSize size) {
     const int shift = clampShift(ulog2wd);
     const int64_t r = roundingTerm(shift);
     const int64_t k = r + int64_t{offset} * (int64_t{1} << shift);
@@ -424,13 +489,13 @@ void uniWeight8u(Mox8u* p, int step, Mox32u ulog2wd, int w, int offset, MoxiSize
     }
 }
 
-void biWeight8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, Mox32u ulog2wd, int w1, int o1,
+[[gnu::noinline]] void biWeight8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, Mox32u ulog2wd, int w1, int o1,
                 int w2, int o2, MoxiSize size) {
     const int log2wd = clampShift(ulog2wd > kMaxShift - 1 ? kMaxShift - 1 : ulog2wd);
     weightPairs8u(a, as, b, bs, d, ds, size, w1, w2, int64_t{1} << log2wd, log2wd + 1, (int64_t{o1} + o2 + 1) >> 1);
 }
 
-void implicit8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, int w1, int w2, MoxiSize size) {
+[[gnu::noinline]] void implicit8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, int w1, int w2, MoxiSize size) {
     weightPairs8u(a, as, b, bs, d, ds, size, w1, w2, 32, 6, 0);
 }
 
@@ -466,7 +531,7 @@ MOX_FN moxiBiDirWeightBlock_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8u* pSrc2
     if (ulog2wd <= 7) {
         const int d = static_cast<int>(ulog2wd);
         if (pairsFast8u(pSrc1, signedStep(srcStep1), pSrc2, signedStep(srcStep2), pDst, signedStep(dstStep), roiSize,
-                        iWeight1, iWeight2, int64_t{1} << d, d + 1, (int64_t{iOffset1} + iOffset2 + 1) >> 1))
+                        iWeight1, iWeight2, d + 1, (int64_t{iOffset1} + iOffset2 + 1) >> 1))
             return moxStsNoErr;
     }
     biWeight8u(pSrc1, signedStep(srcStep1), pSrc2, signedStep(srcStep2), pDst, signedStep(dstStep), ulog2wd, iWeight1,
@@ -489,7 +554,7 @@ MOX_FN moxiBiDirWeightBlockImplicit_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8
     MOX_CHECK(srcStep1 >= w && srcStep2 >= w && dstStep >= w, moxStsStepErr);
     MOX_CHECK(sizeOk(roiSize.width) && sizeOk(roiSize.height), moxStsSizeErr);
     if (pairsFast8u(pSrc1, signedStep(srcStep1), pSrc2, signedStep(srcStep2), pDst, signedStep(dstStep), roiSize,
-                    iWeight1, iWeight2, 32, 6, 0))
+                    iWeight1, iWeight2, 6, 0))
         return moxStsNoErr;
     implicit8u(pSrc1, signedStep(srcStep1), pSrc2, signedStep(srcStep2), pDst, signedStep(dstStep), iWeight1, iWeight2,
                roiSize);
@@ -510,7 +575,7 @@ MOX_FN moxiWeightedAverage_H264_8u_C1IR(const Mox8u* pSrc1, Mox8u* pSrcDst, Mox3
     MOX_CHECK(sizeOk(roiSize.width) && sizeOk(roiSize.height), moxStsSizeErr);
     const int shift = clampShift(ulog2wd);
     if (pairsFast8u(pSrc1, srcDstStep, pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize, iWeight1, iWeight2,
-                    roundingTerm(shift), shift, iOffset))
+                    shift, iOffset))
         return moxStsNoErr;
     weightPairs8u(pSrc1, srcDstStep, pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize, iWeight1, iWeight2,
                   roundingTerm(shift), shift, iOffset);
@@ -587,8 +652,11 @@ MOX_FN moxiUnidirWeight_H264_16u_IP2P1R(const MoxWeightBlock_H264_16u* pBlock, c
     if (MoxStatus s = checkBlock16u(*pBlock, false)) return s;
     const MoxWeightParams_H264& w = *pWeights;
     MOX_CHECK(w.log2wd >= 0 && w.log2wd <= 7, moxStsOutOfRangeErr);
-    // The second source of the pair is the first again, with weight 0.
     const int k = foldedK(roundingTerm(w.log2wd), w.log2wd, w.offset1);
-    run16u<Bi16>(*pBlock, pBlock->pSrc1, pBlock->srcStep1, Params{w.weight1, 0, k, w.log2wd, 0, maxValue(*pBlock)});
+    const Params p{w.weight1, 0, k, w.log2wd, 0, maxValue(*pBlock)};
+    if (k >= -32768 && k <= 32767)
+        run16u<Uni16>(*pBlock, pBlock->pSrc1, pBlock->srcStep1, p);
+    else  // the second source of the pair is the first again, with weight 0
+        run16u<Bi16>(*pBlock, pBlock->pSrc1, pBlock->srcStep1, p);
     return moxStsNoErr;
 }

@@ -44,6 +44,12 @@ inline __m128i load8x2(const void* lo, const void* hi) {
     return _mm_castps_si128(_mm_loadh_pi(_mm_castsi128_ps(load<8>(lo)), static_cast<const __m64*>(hi)));
 }
 
+// The low 8 bytes of v to lo, the high 8 bytes to hi (movq + movhps).
+inline void store8x2(void* lo, void* hi, __m128i v) {
+    _mm_storel_epi64(static_cast<__m128i*>(lo), v);
+    _mm_storeh_pi(static_cast<__m64*>(hi), _mm_castsi128_ps(v));
+}
+
 // Four 4-byte rows in one register, the first in the lowest lanes.
 inline __m128i load4x4(const void* a, const void* b, const void* c, const void* d) {
     return _mm_unpacklo_epi64(_mm_unpacklo_epi32(load<4>(a), load<4>(b)), _mm_unpacklo_epi32(load<4>(c), load<4>(d)));

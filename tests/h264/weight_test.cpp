@@ -132,13 +132,13 @@ TEST(WeightH264, WeightedAverageMatchesFormula) {
     });
 }
 
-// The 8- and 16-sample square blocks have their own kernels for the common
+// The 8- and 16-sample square blocks and 4x4 have their own kernels for the common
 // parameters: every denominator and offset of single prediction around the
 // limits of those kernels, and two-prediction weights whose sums reach the
 // edge of 16 bits, on content with 0 and 255 samples.
 TEST(WeightH264, SquareBlocksAtParameterLimits) {
     Rng r(77);
-    const MoxiSize sizes[] = {{16, 16}, {8, 8}, {16, 8}, {8, 16}};
+    const MoxiSize sizes[] = {{16, 16}, {8, 8}, {16, 8}, {8, 16}, {4, 4}};
     for (MoxiSize sz : sizes) {
         const int w = sz.width, h = sz.height;
         for (int logWD = 0; logWD <= 8; ++logWD)
