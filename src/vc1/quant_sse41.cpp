@@ -5,14 +5,14 @@
 // An 8-wide block holds one row per register, a 4-wide block two rows. The
 // inverse kernels scale with pmullw (16-bit wrap-around), the non-uniform
 // ones as sign(c) * (|c| * quant + (quant >> 1)) with pabsw/psignw; the
-// non-zero extent comes from pcmpeq/pmovmskb masks of packsswb results, with
-// no branch on the values. The 8x8 kernel packs each pair of rows as it
-// scales them and reads both extents from one mask (see quantInv8x8) and is
-// expanded into its wrappers; the 8x4, 4x8 and 4x4 ones are called through a
-// table. The forward kernels divide with the reciprocal rows of
-// quant_tables.h: psraw for powers of two, pmulhw (plus paddsw of the value
-// for 17-bit reciprocals) and psraw otherwise. Every forward kernel is
-// chosen once per call from a table indexed by size and quant.
+// non-zero extent comes from pmovmskb masks of packsswb results, with no
+// branch on the values. The 8x8 kernel is fully unrolled, reads both
+// extents from one mask (see quantInv8x8) and is expanded into its
+// wrappers; the 8x4, 4x8 and 4x4 ones are called through a table. The
+// forward kernels divide with the reciprocal rows of quant_tables.h: psraw
+// for powers of two, pmulhw (plus paddsw of the value for 17-bit
+// reciprocals) and psraw otherwise. Every forward kernel is chosen once per
+// call from a table indexed by size and quant.
 #include <smmintrin.h>
 
 #include <array>
@@ -58,6 +58,13 @@ inline void storeReg(Mox16s* p, int step, int i, __m128i v) {
 // 1 + the index of the highest set bit of m, 0 when m is 0.
 inline int bitExtent(uint64_t m) { return 63 ^ __builtin_clzll(2 * m + 1); }  // one bsr
 
+// Bit i set where byte i of bytes is non-zero: paddusb of 0x7F moves
+// "non-zero" into each byte's top bit for pmovmskb (a 0x80 byte in top sets
+// its bit whatever the value).
+MOX_VC1_QUANT_INLINE uint32_t nonZeroBytes(__m128i bytes, __m128i top = _mm_set1_epi8(127)) {
+    return static_cast<uint32_t>(_mm_movemask_epi8(_mm_adds_epu8(bytes, top)));
+}
+
 // Non-zero extent of the N (2 or 4) registers of a W x H block of up to 32
 // coefficients, with no branch on the values: one mask with bit W * y + x
 // for coefficient (x, y) (packsswb keeps a word non-zero exactly when it was
@@ -65,12 +72,8 @@ inline int bitExtent(uint64_t m) { return 63 ^ __builtin_clzll(2 * m + 1); }  //
 template <int W, int H, int N>
 MOX_VC1_QUANT_INLINE MoxiSize extentOf(const __m128i (&r)[N], bool intra) {
     static_assert(N == 2 || N == 4, "at most 32 coefficients");
-    const __m128i zero = _mm_setzero_si128();
-    auto nonZero = [&zero](__m128i bytes) {
-        return static_cast<uint32_t>(~_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, zero))) & 0xFFFFu;
-    };
-    uint64_t m = nonZero(_mm_packs_epi16(r[0], r[1]));
-    if constexpr (N == 4) m |= static_cast<uint64_t>(nonZero(_mm_packs_epi16(r[2], r[3]))) << 16;
+    uint64_t m = nonZeroBytes(_mm_packs_epi16(r[0], r[1]));
+    if constexpr (N == 4) m |= static_cast<uint64_t>(nonZeroBytes(_mm_packs_epi16(r[2], r[3]))) << 16;
     uint64_t cols = m;
     for (int span = W * H / 2; span >= W; span /= 2) cols |= cols >> span;
     if (intra) m |= 1;  // row 0 always counts
@@ -78,7 +81,9 @@ MOX_VC1_QUANT_INLINE MoxiSize extentOf(const __m128i (&r)[N], bool intra) {
 }
 
 // c * quant, or sign(c) * (|c| * quant + half) for the non-uniform rule (the
-// same value modulo 2^16, also for -32768; zero stays zero).
+// same value modulo 2^16, also for -32768; zero stays zero). This form needs
+// no register copies: pabsw writes a new register and c is read once more
+// by psignw (c * quant + psignw(half, c) costs two copies a row).
 template <bool Nonuniform>
 MOX_VC1_QUANT_INLINE __m128i scale(__m128i c, __m128i q, __m128i half) {
     if constexpr (Nonuniform)
@@ -87,47 +92,50 @@ MOX_VC1_QUANT_INLINE __m128i scale(__m128i c, __m128i q, __m128i half) {
         return _mm_mullo_epi16(c, q);
 }
 
-// 8x8 in one pass of two rows at a time: each pair is scaled, stored and
-// packed to bytes (a byte is non-zero exactly when its word was); the OR of
-// the four packs gives the columns (even rows in bytes 0..7, odd rows in
-// 8..15, folded together), two more packs give one byte per row, and one
-// pmovmskb reads columns (bits 0..7) and rows (bits 8..15). Rows 0..3 and
-// 4..7 are addressed from two bases (base + k * step, k 0..3).
-template <bool Intra, bool Nonuniform>
+// 8x8, fully unrolled: two rows at a time loaded, scaled and stored from
+// row pointers stepped by two rows (eight row addresses would take more
+// registers than the caller-saved ones), each pair packed to bytes (a byte
+// is non-zero exactly when its word was). The OR of the four packs gives the
+// columns (even rows in bytes 0..7, odd rows in 8..15), two more packs give
+// one word per row, and one pmovmskb (nonZeroBytes) reads columns (bits
+// 0..7) and rows (bits 8..15). Intra blocks add 0x80 in the byte of row 0:
+// row 0 always counts. In place, the source pointer and step serve both.
+template <bool Intra, bool Nonuniform, bool InPlace = false>
 MOX_VC1_QUANT_INLINE void quantInv8x8(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
                                       MoxiSize* pDstSizeNZ) {
+    const char* s = reinterpret_cast<const char*>(pSrc);
+    char* d = reinterpret_cast<char*>(pDst);
     const std::ptrdiff_t ss = srcStep, ds = dstStep;
-    const char* s0 = reinterpret_cast<const char*>(pSrc);
-    const char* s4 = s0 + 4 * ss;
-    char* d0 = reinterpret_cast<char*>(pDst);
-    char* d4 = d0 + 4 * ds;
     const __m128i q = _mm_set1_epi16(static_cast<int16_t>(quant));
     const __m128i half = _mm_set1_epi16(static_cast<int16_t>(quant >> 1));
     __m128i pk[4];
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i) {
-        const char* s = i < 2 ? s0 : s4;
-        char* d = i < 2 ? d0 : d4;
-        const std::ptrdiff_t a = (2 * i & 3) * ss, b = (2 * i & 3) * ss + ss;
-        const std::ptrdiff_t da = (2 * i & 3) * ds, db = (2 * i & 3) * ds + ds;
-        const __m128i c0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + a));
-        const __m128i c1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + b));
-        __m128i v0 = scale<Nonuniform>(c0, q, half);
-        const __m128i v1 = scale<Nonuniform>(c1, q, half);
+        if (i > 0) {
+            s += 2 * ss;
+            d = InPlace ? const_cast<char*>(s) : d + 2 * ds;
+        }
+        const __m128i c0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
+        const __m128i c1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + ss));
+        const __m128i v0 = scale<Nonuniform>(c0, q, half), v1 = scale<Nonuniform>(c1, q, half);
         pk[i] = _mm_packs_epi16(v0, v1);
         // The extent judges the scaled DC; the stored DC is the source's.
-        if (Intra && i == 0) v0 = _mm_blend_epi16(v0, c0, 1);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + da), v0);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + db), v1);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), Intra && i == 0 ? _mm_blend_epi16(v0, c0, 1) : v0);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + (InPlace ? ss : ds)), v1);
     }
     const __m128i cols = _mm_or_si128(_mm_or_si128(pk[0], pk[1]), _mm_or_si128(pk[2], pk[3]));
     const __m128i rows = _mm_packs_epi16(_mm_packs_epi16(pk[0], pk[1]), _mm_packs_epi16(pk[2], pk[3]));
-    const __m128i both = _mm_blend_epi16(_mm_or_si128(cols, _mm_shuffle_epi32(cols, 0x4E)), _mm_packs_epi16(rows, rows),
-                                         0xF0);
-    uint32_t m = ~static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(both, _mm_setzero_si128())));
-    if (Intra) m |= 0x100;  // row 0 always counts
-    const int width = 31 ^ __builtin_clz(((m & 0xFF) << 1) | 1);
-    const int height = 31 ^ __builtin_clz(((m >> 7) & 0x1FE) | 1);
+    // Word x of colWords pairs column x of the even and of the odd rows; word y
+    // of rows is row y: one more pack puts the columns in bytes 0..7 and the
+    // rows in bytes 8..15.
+    const __m128i colWords = _mm_unpacklo_epi8(cols, _mm_unpackhi_epi64(cols, cols));
+    const __m128i both = _mm_packs_epi16(colWords, rows);
+    const __m128i top = Intra ? _mm_setr_epi8(127, 127, 127, 127, 127, 127, 127, 127, -128, 127, 127, 127, 127, 127,
+                                              127, 127)
+                              : _mm_set1_epi8(127);
+    const uint32_t m = nonZeroBytes(both, top);
+    const int width = 31 ^ __builtin_clz((m & 0xFF) * 2 + 1);
+    const int height = 31 ^ __builtin_clz((m >> 7) | 1);
     *pDstSizeNZ = {width, height};
 }
 
@@ -155,29 +163,30 @@ MOX_VC1_QUANT_INLINE void quantInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst
 
 constexpr bool validSide(int n) { return n == 4 || n == 8; }
 
+// Returns the wrapper's status, so that the wrapper ends in a tail jump.
 template <int W, int H, bool Nonuniform>
-void quantInvInter(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant, MoxiSize* pDstSizeNZ) {
+MoxStatus quantInvInter(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
+                        MoxiSize* pDstSizeNZ) {
     quantInv<W, H, false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+    return moxStsNoErr;
 }
 
 // The 4x4, 4x8 and 8x4 inter kernels (index (w - 4) / 2 | (h - 4) / 4), out
 // of line so that the 8x8 one expanded into the wrapper keeps its registers.
-using InvKernel = void (*)(const Mox16s*, int, Mox16s*, int, int, MoxiSize*);
+using InvKernel = MoxStatus (*)(const Mox16s*, int, Mox16s*, int, int, MoxiSize*);
 template <bool Nonuniform>
 constexpr InvKernel kInterSmall[3] = {quantInvInter<4, 4, Nonuniform>, quantInvInter<4, 8, Nonuniform>,
                                       quantInvInter<8, 4, Nonuniform>};
 
 // The size checks after the pointer checks (both sides 4 or 8: each minus 4
 // is 0 or 4, and 8x8 is where both are 4), then the kernel.
-template <bool Nonuniform>
+template <bool Nonuniform, bool InPlace = false>
 MOX_VC1_QUANT_INLINE MoxStatus runInterInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
                                            MoxiSize roi, MoxiSize* pDstSizeNZ) {
     const uint32_t w = static_cast<uint32_t>(roi.width) - 4, h = static_cast<uint32_t>(roi.height) - 4;
     MOX_CHECK(((w | h) & ~4u) == 0, moxStsSizeErr);
-    if (w & h)
-        quantInv8x8<false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
-    else
-        kInterSmall<Nonuniform>[(w | h >> 1) >> 1](pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+    if (!(w & h)) return kInterSmall<Nonuniform>[(w | h >> 1) >> 1](pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+    quantInv8x8<false, Nonuniform, InPlace>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
     return moxStsNoErr;
 }
 
@@ -261,14 +270,14 @@ MOX_FN moxiQuantInvIntraNonuniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcSte
 MOX_FN moxiQuantInvIntraUniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant,
                                              MoxiSize* pDstSizeNZ) {
     MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
-    quantInv8x8<true, false>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
+    quantInv8x8<true, false, true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
     return moxStsNoErr;
 }
 
 MOX_FN moxiQuantInvIntraNonuniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant,
                                                 MoxiSize* pDstSizeNZ) {
     MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
-    quantInv8x8<true, true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
+    quantInv8x8<true, true, true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
     return moxStsNoErr;
 }
 
@@ -288,13 +297,13 @@ MOX_FN moxiQuantInvInterNonuniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcSte
 MOX_FN moxiQuantInvInterUniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize roiSize,
                                              MoxiSize* pDstSizeNZ) {
     MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
-    return runInterInv<false>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, roiSize, pDstSizeNZ);
+    return runInterInv<false, true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, roiSize, pDstSizeNZ);
 }
 
 MOX_FN moxiQuantInvInterNonuniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize roiSize,
                                                 MoxiSize* pDstSizeNZ) {
     MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
-    return runInterInv<true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, roiSize, pDstSizeNZ);
+    return runInterInv<true, true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, roiSize, pDstSizeNZ);
 }
 
 // ---------------------------------------------------------------- forward
