@@ -71,7 +71,12 @@ public:
     // The n bits after the next k, k + n <= 32, without moving.
     uint32_t peekAfter(int k, int n) const { return static_cast<uint32_t>(win_ << k >> (64 - n)); }
     // Leading zero bits before the next 1, counted up to `cap` (0..32). Does not move.
-    int leadingZerosUpTo(int cap) const { return __builtin_clzll(win_ | uint64_t{1} << (63 - cap)); }
+    // (Not clz(win_ | 1 << (63 - cap)): setting the bit with an immediate
+    // bit-test-and-set before the bit scan is many times slower on some cores.)
+    int leadingZerosUpTo(int cap) const {
+        int z = __builtin_clzll(win_ | 1);
+        return z < cap ? z : cap;
+    }
     // Leading zero bits before the next 1 within the next `limit` (1..32) bits;
     // returns `limit` when they are all zero. Does not move.
     int leadingZeros(int limit) const {
@@ -79,15 +84,24 @@ public:
         return v ? __builtin_clzll(v) : limit;
     }
 
+    // Unread bits held in the window (32..64): a code of up to this many bits
+    // can be looked at whole with peekWindow and handed back with commitAfter.
+    int windowBits() const { return 64 - used_; }
+    // Next n bits (1..windowBits()), most significant first, without moving.
+    uint64_t peekWindow(int n) const { return win_ >> (64 - n); }
+
     const Mox32u* ptr() const { return p_ + (used_ >> 5); }
     int offset() const { return 31 - (used_ & 31); }
     // Bits consumed since `start` (same stream).
     long long bitsSince(const WordReader& start) const {
         return static_cast<long long>(p_ - start.p_) * 32 + (used_ - start.used_);
     }
-    void commit(Mox32u** ppBitStream, int* pBitOffset) const {
-        *ppBitStream = const_cast<Mox32u*>(ptr());
-        *pBitOffset = offset();
+    void commit(Mox32u** ppBitStream, int* pBitOffset) const { commitAfter(0, ppBitStream, pBitOffset); }
+    // Hands back the position n bits on (0..windowBits()) without moving.
+    void commitAfter(int n, Mox32u** ppBitStream, int* pBitOffset) const {
+        int used = used_ + n;
+        *ppBitStream = const_cast<Mox32u*>(p_ + (used >> 5));
+        *pBitOffset = 31 - (used & 31);
     }
 
 private:

@@ -340,7 +340,22 @@ MoxStatus decodeExpGolomb(Mox32u** ppBitStream, int* pBitOffset, T* pDst, int is
     MOX_CHECK_PTRS(*ppBitStream);
     MOX_CHECK((*pBitOffset & ~31) == 0, moxStsBadArgErr);
     WordReader rd(*ppBitStream, *pBitOffset);
+    auto store = [&](uint64_t codeNum) {
+        uint64_t v = codeNum;
+        if (isSigned & 0xFF) {
+            uint64_t m = (codeNum + 1) >> 1;
+            v = codeNum & 1 ? m : 0 - m;
+        }
+        *pDst = static_cast<T>(v);
+    };
     int z = rd.leadingZeros(32);
+    // The usual case: the whole code, z zeros and z + 1 bits from the first 1,
+    // lies in the window; those z + 1 bits read as a number are codeNum + 1.
+    if (2 * z + 1 <= rd.windowBits()) {
+        store(rd.peekWindow(2 * z + 1) - 1);
+        rd.commitAfter(2 * z + 1, ppBitStream, pBitOffset);
+        return moxStsNoErr;
+    }
     if (z == 32) {
         rd.skip(32);
         if (rd.read(1) == 0) return moxStsBitstreamErr;
@@ -348,13 +363,7 @@ MoxStatus decodeExpGolomb(Mox32u** ppBitStream, int* pBitOffset, T* pDst, int is
         rd.skip(z + 1);
     }
     uint64_t x = z ? rd.read(z) : 0;
-    uint64_t codeNum = (uint64_t{1} << z) - 1 + x;
-    uint64_t v = codeNum;
-    if (isSigned & 0xFF) {
-        uint64_t m = (codeNum + 1) >> 1;
-        v = codeNum & 1 ? m : 0 - m;
-    }
-    *pDst = static_cast<T>(v);
+    store((uint64_t{1} << z) - 1 + x);
     rd.commit(ppBitStream, pBitOffset);
     return moxStsNoErr;
 }

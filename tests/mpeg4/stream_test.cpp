@@ -1,9 +1,9 @@
 // Real streams: short clips from the FFmpeg mpeg4, h263 and h261 encoders
 // (skipped when the ffmpeg program is absent) are walked by a small parser of
 // their picture, GOB and macroblock layers that reads every block with the
-// library's decoders: intra pictures, and for H.263 and MPEG-4 also predicted
-// pictures (skipped and intra macroblocks, coded block patterns, motion vector
-// codes, inter blocks with the inter table and its escapes). Each picture must
+// library's decoders: intra pictures and predicted pictures (skipped and
+// intra macroblocks, coded block patterns, motion vector codes, inter blocks
+// with the inter table and its escapes). Each picture must
 // parse to its end without an error, and the bits consumed must leave only
 // the standard's stuffing before the next start code.
 #include <unistd.h>
@@ -90,7 +90,7 @@ const std::vector<VlcRow> kMvd = {
 const std::vector<VlcRow> kCbpyIntra = {{"0011", 0},  {"00101", 1}, {"00100", 2}, {"1001", 3},   {"00011", 4}, {"0111", 5},
                                         {"000010", 6}, {"1011", 7},  {"00010", 8}, {"000011", 9}, {"0101", 10}, {"1010", 11},
                                         {"0100", 12},  {"1000", 13}, {"0110", 14}, {"11", 15}};
-// H.261 MBA (Table 1) and the intra MTYPEs (Table 2: 1 intra, 2 intra with MQUANT).
+// H.261 MBA (Table 1).
 const std::vector<VlcRow> kMba = {
     {"1", 1},           {"011", 2},         {"010", 3},         {"0011", 4},        {"0010", 5},
     {"00011", 6},       {"00010", 7},       {"0000111", 8},     {"0000110", 9},     {"00001011", 10},
@@ -99,7 +99,25 @@ const std::vector<VlcRow> kMba = {
     {"0000010010", 21}, {"00000100011", 22}, {"00000100010", 23}, {"00000100001", 24}, {"00000100000", 25},
     {"00000011111", 26}, {"00000011110", 27}, {"00000011101", 28}, {"00000011100", 29}, {"00000011011", 30},
     {"00000011010", 31}, {"00000011001", 32}, {"00000011000", 33}, {"00000001111", kStuffing}};
-const std::vector<VlcRow> kMtypeIntra = {{"0001", 1}, {"0000001", 2}};
+// MTYPE (H.261 Table 2), numbered 0..9 in the table's order; the bits say
+// which fields follow.
+const std::vector<VlcRow> kMtype = {{"0001", 0},     {"0000001", 1},    {"1", 2},   {"00001", 3}, {"000000001", 4},
+                                    {"00000001", 5}, {"0000000001", 6}, {"001", 7}, {"01", 8},    {"000001", 9}};
+constexpr int kMtypeQuant = 1 << 1 | 1 << 3 | 1 << 6 | 1 << 9;
+constexpr int kMtypeVector = 1 << 4 | 1 << 5 | 1 << 6 | 1 << 7 | 1 << 8 | 1 << 9;
+constexpr int kMtypeCbp = 1 << 2 | 1 << 3 | 1 << 5 | 1 << 6 | 1 << 8 | 1 << 9;
+// CBP (H.261 Table 4): bit 5 for the first luminance block down to bit 0 for Cr.
+const std::vector<VlcRow> kCbp = {
+    {"01011", 1}, {"01001", 2}, {"001101", 3}, {"1101", 4}, {"0010111", 5}, {"0010011", 6}, {"00011111", 7},
+    {"1100", 8}, {"0010110", 9}, {"0010010", 10}, {"00011110", 11}, {"10011", 12}, {"00011011", 13}, {"00010111", 14},
+    {"00010011", 15}, {"1011", 16}, {"0010101", 17}, {"0010001", 18}, {"00011101", 19}, {"10001", 20},
+    {"00011001", 21}, {"00010101", 22}, {"00010001", 23}, {"001111", 24}, {"00001111", 25}, {"00001101", 26},
+    {"000000011", 27}, {"01111", 28}, {"00001011", 29}, {"00000111", 30}, {"000000111", 31}, {"1010", 32},
+    {"0010100", 33}, {"0010000", 34}, {"00011100", 35}, {"001110", 36}, {"00001110", 37}, {"00001100", 38},
+    {"000000010", 39}, {"10000", 40}, {"00011000", 41}, {"00010100", 42}, {"00010000", 43}, {"01110", 44},
+    {"00001010", 45}, {"00000110", 46}, {"000000110", 47}, {"10010", 48}, {"00011010", 49}, {"00010110", 50},
+    {"00010010", 51}, {"01101", 52}, {"00001001", 53}, {"00000101", 54}, {"000000101", 55}, {"01100", 56},
+    {"00001000", 57}, {"00000100", 58}, {"000000100", 59}, {"111", 60}, {"01010", 61}, {"01000", 62}, {"001100", 63}};
 
 struct Cursor {
     Mox8u* p;
@@ -185,7 +203,7 @@ enum class Std { H261, H263, Mpeg4 };
 }
 
 // ------------------------------------------------------------------ H.261
-int parseH261(const std::vector<Mox8u>& data) {
+int parseH261(const std::vector<Mox8u>& data, Counts& counts) {
     const Mox8u* end = data.data() + data.size();
     ByteReader r(data.data(), 0);
     int pictures = 0;
@@ -199,20 +217,34 @@ int parseH261(const std::vector<Mox8u>& data) {
             r.read(4);                        // GN
             int quant = static_cast<int>(r.read(5));
             while (r.read(1)) r.read(8);      // GEI, GSPARE
-            for (int mba = 0; mba < 33 && r.peek(16) != 1;) {
+            // A GOB ends after macroblock 33 or where fifteen zeros (a start code,
+            // or the stuffing before the next picture's) follow.
+            for (int mba = 0; mba < 33 && r.peek(16) > 1;) {
                 int inc = readVlc(r, kMba);
                 if (inc == kStuffing) continue;
                 if (inc < 0) return -1;
                 mba += inc;
-                int mtype = readVlc(r, kMtypeIntra);
+                int mtype = readVlc(r, kMtype);
                 if (mtype < 0) return -1;
-                if (mtype == 2) quant = static_cast<int>(r.read(5));
+                int has = 1 << mtype;
+                if (has & kMtypeQuant) quant = static_cast<int>(r.read(5));
+                // MVD (Table 3) is the H.263 table's first 17 rows, a sign after a non-zero one.
+                if ((has & kMtypeVector) && !skipVectors(r, 0)) return -1;
+                const bool intra = mtype <= 1;
+                int cbp = intra ? 63 : 0;
+                if (has & kMtypeCbp) cbp = readVlc(r, kCbp);
+                if (cbp < 0) return -1;
+                auto reconstruct = [quant, intra](Mox8u** p, int* o, Mox16s* c, int* l) {
+                    return (intra ? moxiReconstructCoeffsIntra_H261_1u16s : moxiReconstructCoeffsInter_H261_1u16s)(
+                        p, o, c, l, quant);
+                };
+                auto decode = [intra](Mox8u** p, int* o, Mox16s* c, int* l) {
+                    return (intra ? moxiDecodeCoeffsIntra_H261_1u16s : moxiDecodeCoeffsInter_H261_1u16s)(p, o, c, l);
+                };
                 for (int b = 0; b < 6; ++b) {
-                    bool ok = sameEnd(
-                        r,
-                        [quant](Mox8u** p, int* o, Mox16s* c, int* l) { return moxiReconstructCoeffsIntra_H261_1u16s(p, o, c, l, quant); },
-                        [](Mox8u** p, int* o, Mox16s* c, int* l) { return moxiDecodeCoeffsIntra_H261_1u16s(p, o, c, l); });
-                    if (!ok) return -1;
+                    if (!(cbp >> (5 - b) & 1)) continue;
+                    if (!sameEnd(r, reconstruct, decode)) return -1;
+                    ++(intra ? counts.intra : counts.inter);
                 }
             }
         }
@@ -223,14 +255,19 @@ int parseH261(const std::vector<Mox8u>& data) {
     return pictures;
 }
 
-TEST(Mpeg4Streams, FfmpegH261IntraPictures) {
+TEST(Mpeg4Streams, FfmpegH261Pictures) {
     if (!haveFfmpeg()) GTEST_SKIP() << "ffmpeg not installed";
-    for (int q : {1, 4, 13, 31}) {
-        for (const char* size : {"176x144", "352x288"}) {
-            std::vector<Mox8u> s = encodeClip("-c:v h261 -f h261", size, q);
-            ASSERT_GT(s.size(), 100u);
-            EXPECT_EQ(parseH261(s), 3) << "qscale " << q << " " << size;
+    for (int gop : {1, 3}) {
+        Counts counts;
+        for (int q : {1, 4, 13, 31}) {
+            for (const char* size : {"176x144", "352x288"}) {
+                std::vector<Mox8u> s = encodeClip("-c:v h261 -f h261", size, q, gop);
+                ASSERT_GT(s.size(), 100u);
+                EXPECT_EQ(parseH261(s, counts), 3) << "qscale " << q << " " << size << " gop " << gop;
+            }
         }
+        EXPECT_GT(counts.intra, 0);
+        EXPECT_EQ(counts.inter > 0, gop > 1);
     }
 }
 
