@@ -199,8 +199,22 @@ alignas(16) constexpr std::array<Ones<T>, 8> kOnes = makeOnes<T>();
 template <class T>
 MOX_INLINE bool decodeLevelsFast(WordReader& rd, int tc, int t1, uint32_t signs, T* level) {
     std::memcpy(level, &kOnes<T>[signs], sizeof(Ones<T>));
-    const tbl::LevelEntry* row = tbl::kLevelLut[t1 < 3 ? 7 + (tc > 10) : 0].data();
-    for (T *lv = level + t1, *end = level + tc; lv < end; ++lv) {
+    int first = t1 < 3 ? 7 + (tc > 10) : 0;
+    const tbl::LevelEntry* row = tbl::kLevelLut[first].data();
+    T* lv = level + t1;
+    T* const end = level + tc;
+    // The first two levels in one look-up when both codes are short.
+    if (first < 8 && end - lv >= 2) {
+        unsigned e = tbl::kLevelPairLut[first != 0][rd.peek(tbl::kLevelPairBits)];
+        if (e) {
+            lv[0] = static_cast<T>(static_cast<short>(e << 6) >> 12);
+            lv[1] = static_cast<T>(static_cast<short>(e) >> 10);
+            lv += 2;
+            rd.skip(e & 15);
+            row = tbl::kLevelLut[(e >> 4) & 3].data();
+        }
+    }
+    for (; lv < end; ++lv) {
         const tbl::LevelEntry& e = row[rd.peek(tbl::kLevelBits)];
         if (__builtin_expect(e.len != 0, 1)) {
             *lv = static_cast<T>(e.level);
@@ -229,6 +243,7 @@ MOX_INLINE bool decodeLevelsFast(WordReader& rd, int tc, int t1, uint32_t signs,
 // then decodes the block again without Lean).
 template <bool Lean>
 struct TotalZeros4x4 {
+    static constexpr bool kWithRuns = true;
     MOX_INLINE int operator()(WordReader& rd, int tc) const {
         unsigned e = tbl::kTotalZerosLut[tc][rd.peek(tbl::kTotalZerosW)];
         if (__builtin_expect(e != 0, 1)) {
@@ -244,6 +259,7 @@ struct TotalZeros4x4 {
 // total_zeros of chroma DC: complete tables, 0 only for no code.
 template <int W, size_t Rows>
 struct TotalZerosDc {
+    static constexpr bool kWithRuns = false;
     const std::array<std::array<unsigned char, 1 << W>, Rows>& lut;
     MOX_INLINE int operator()(WordReader& rd, int tc) const {
         unsigned e = lut[tc][rd.peek(W)];
@@ -261,8 +277,16 @@ MOX_INLINE Result decodeResidualFast(WordReader& rd, int tc, int t1, uint32_t si
     T level[16];
     if (!decodeLevelsFast(rd, tc, t1, signs, level)) return Result::Corrupt;
     int z = 0;
+    // total_zeros with the first pair of runs when they are short (4x4 blocks).
+    tbl::TzRunEntry joint{};
     if (tc < maxCoeff) {
-        z = tz(rd, tc);
+        if (Tz::kWithRuns && tc >= 3) joint = tbl::kTzRunLut[tc - 3][rd.peek(tbl::kTzRunBits)];
+        if (joint.len) {
+            z = joint.totalZeros;
+            rd.skip(joint.len);
+        } else {
+            z = tz(rd, tc);
+        }
         if (z == kInvalid || tc + z > maxCoeff) return Result::Corrupt;
     }
     std::memset(out, 0, sizeof(T) * N);
@@ -271,6 +295,13 @@ MOX_INLINE Result decodeResidualFast(WordReader& rd, int tc, int t1, uint32_t si
     ptrdiff_t pos = tc - 1 + z;
     const T* lv = level;
     const T* const end = level + tc;
+    if (joint.len && z) {  // the pair of runs read with total_zeros
+        out[place(pos)] = lv[0];
+        out[place(pos + joint.second)] = lv[1];
+        lv += 2;
+        pos += joint.step;
+        z += joint.step + 2;
+    }
     // Seven or more zeros left: one run at a time, down to at most six. The
     // last coefficient reads no run_before.
     while (__builtin_expect(z >= 7, 0) && end - lv > 1) {

@@ -330,6 +330,32 @@ constexpr std::array<std::array<LevelEntry, 1 << kLevelBits>, 9> makeLevelLut() 
 }
 inline constexpr auto kLevelLut = makeLevelLut();
 
+// The first two levels after the trailing ones in one look-up on the next
+// kLevelPairBits bits, for the first level's states with suffixLength 0
+// (row 0: state 0, row 1: state 7). Entry: bits 0..3 the length of both
+// codes, 4..5 the state after them (1..3), 6..9 and 10..15 the two levels
+// as two's complement; 0 when the two codes do not both lie in those bits.
+inline constexpr int kLevelPairBits = 12;
+constexpr std::array<std::array<unsigned short, 1 << kLevelPairBits>, 2> makeLevelPairLut() {
+    std::array<std::array<unsigned short, 1 << kLevelPairBits>, 2> lut{};
+    for (int row = 0; row < 2; ++row) {
+        for (unsigned v = 0; v < (1u << kLevelPairBits); ++v) {
+            // Zeros after the looked-at bits: a code that ends within them reads none.
+            unsigned bits = v << (32 - kLevelPairBits);
+            const LevelEntry& a = kLevelLut[row ? 7 : 0][bits >> (32 - kLevelBits)];
+            if (!a.len) continue;
+            const LevelEntry& b = kLevelLut[a.next][bits << a.len >> (32 - kLevelBits)];
+            int len = a.len + b.len;
+            if (!b.len || len > kLevelPairBits) continue;
+            if (a.level < -8 || a.level > 7 || b.level < -32 || b.level > 31 || b.next > 3)
+                throw "level pair does not fit its fields";
+            lut[row][v] = static_cast<unsigned short>(len | b.next << 4 | (a.level & 15) << 6 | (b.level & 63) << 10);
+        }
+    }
+    return lut;
+}
+inline constexpr auto kLevelPairLut = makeLevelPairLut();
+
 // Two coefficients' run_before codes on the next 6 bits while fewer than
 // seven zeros are left, for a decoder that places both coefficients at once:
 // the length of both codes, the scan step from the first coefficient to the
@@ -356,6 +382,45 @@ constexpr std::array<std::array<RunStepEntry, 64>, 7> makeRunStepLut() {
     return lut;
 }
 inline constexpr auto kRunStepLut = makeRunStepLut();
+
+// total_zeros and the first two run_before codes of a 4x4 block in one
+// look-up on the next kTzRunBits bits; row TotalCoeff - 3 for TotalCoeff
+// 3..15 (fewer coefficients read at most one run_before). An entry holds the
+// length of all three codes, total_zeros and the steps of kRunStepLut for
+// the first pair; its zeros left are total_zeros + step + 2. Length 0 when
+// total_zeros is 7 or more or the codes do not all lie in those bits; after
+// a total_zeros of 0 no run_before follows and the length is its code's.
+inline constexpr int kTzRunBits = 8;
+struct TzRunEntry {
+    unsigned char len;
+    unsigned char totalZeros;
+    signed char second;
+    signed char step;
+};
+constexpr std::array<std::array<TzRunEntry, 1 << kTzRunBits>, 13> makeTzRunLut() {
+    static_assert(kTzRunBits <= kTotalZerosW + 6);
+    std::array<std::array<TzRunEntry, 1 << kTzRunBits>, 13> lut{};
+    for (int tc = 3; tc < 16; ++tc) {
+        for (unsigned v = 0; v < (1u << kTzRunBits); ++v) {
+            // Zeros after the looked-at bits: a code that ends within them reads none.
+            unsigned bits = v << (32 - kTzRunBits);
+            unsigned e = kTotalZerosLut[tc][bits >> (32 - kTotalZerosW)];
+            int len = static_cast<int>(e >> 4), z = static_cast<int>(e & 15);
+            if (!len || z >= 7) continue;
+            TzRunEntry j = {static_cast<unsigned char>(len), static_cast<unsigned char>(z), 0, 0};
+            if (z) {
+                const RunStepEntry& r = kRunStepLut[z][bits << len >> 26];
+                if (r.zerosLeft != z + r.step + 2) throw "run pair steps disagree with the zeros left";
+                j.len = static_cast<unsigned char>(len + r.len);
+                j.second = r.second;
+                j.step = r.step;
+            }
+            if (j.len <= kTzRunBits) lut[tc - 3][v] = j;
+        }
+    }
+    return lut;
+}
+inline constexpr auto kTzRunLut = makeTzRunLut();
 
 // The tables handed out by moxiGetCAVLCTables_H264; decoders recognise them
 // and use the look-ups above instead of walking the packed form.

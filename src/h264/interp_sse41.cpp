@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 
 #include "core/check.h"
@@ -193,27 +194,15 @@ MOX_OUT_OF_LINE MoxStatus lumaRows(const Mox8u* src, int ss, Mox8u* dst, int ds,
 // there keeps the clamped result.
 //
 // Sixteen wide (the centre and the quarters above and below it), one pass
-// over the rows: each new row's sums give its difference to the row before
-// and its sum with it (c of the row three above), kept in the band; the row
-// five above is then complete. The quarters average with the horizontal
-// half sample b, rounded when its row's sums are made.
+// over the rows: each new row's sums t5 give its difference from the row
+// before, e5 = t5 - t4 = -d4, and its sum with it (c of the row three
+// above), kept in the band; the row five above is then complete, with
+// a - b = e5 - e1 made from e5 while it is still in a register and
+// c - b = e2 - e4. The quarters average with the horizontal half sample b,
+// rounded when its row's sums are made.
 struct BandRow {
-    __m128i d[2], c[2], b;  // difference to the next row, sum with the previous row, rounded b (parity order)
+    __m128i e[2], c[2], b;  // difference from the previous row, sum with it, rounded b (parity order)
 };
-
-template <int DY>
-[[gnu::always_inline]] inline __m128i centreRow(const BandRow* r) {
-    __m128i v[2];
-    for (int k = 0; k < 2; ++k) {
-        const __m128i ab = _mm_sub_epi16(r[0].d[k], r[4].d[k]), cb = _mm_sub_epi16(r[3].d[k], r[1].d[k]);
-        const __m128i x = _mm_adds_epi16(_mm_srai_epi16(ab, 2), cb);
-        v[k] = _mm_mulhrs_epi16(_mm_add_epi16(_mm_srai_epi16(x, 2), r[3].c[k]), _mm_set1_epi16(512));  // (x + 32) >> 6
-    }
-    __m128i out = _mm_packus_epi16(v[0], v[1]);
-    // b of this row (DY 1) or the next (DY 3), still in parity order.
-    if constexpr (DY != 2) out = _mm_avg_epu8(out, r[2 + (DY == 3)].b);
-    return order<16>(out);
-}
 
 template <int DY>
 [[gnu::always_inline]] inline void centreWide(const Mox8u* src, int ss, Mox8u* dst, int ds, int h) {
@@ -225,21 +214,38 @@ template <int DY>
         const Mox8u* s = row(src, ss, y0 - 2);
         __m128i prev[2];
         hsum<W>(s, prev[0], prev[1]);
-        // Sums of row i: the band entries of rows i - 1 and i.
-        auto next = [&](int i) __attribute__((always_inline)) {
+        // Sums of row i: the band entries of row i, then with kOut the
+        // centre of row i - 5 in 16-bit lanes.
+        auto next = [&](auto kOut, int i, __m128i (&v)[2]) __attribute__((always_inline)) {
             __m128i cur[2];
             hsum<W>(row(s, ss, i), cur[0], cur[1]);
+#pragma GCC unroll 2
             for (int k = 0; k < R; ++k) {
-                band[i - 1].d[k] = _mm_sub_epi16(prev[k], cur[k]);
-                band[i].c[k] = _mm_add_epi16(prev[k], cur[k]);
+                const __m128i e = _mm_sub_epi16(cur[k], prev[k]);
+                const __m128i c = _mm_add_epi16(prev[k], cur[k]);
+                band[i].e[k] = e;
+                band[i].c[k] = c;
                 prev[k] = cur[k];
+                if constexpr (decltype(kOut)::value) {
+                    const BandRow* r = band + i - 5;
+                    const __m128i ab = _mm_sub_epi16(e, r[1].e[k]), cb = _mm_sub_epi16(r[2].e[k], r[4].e[k]);
+                    const __m128i x = _mm_adds_epi16(_mm_srai_epi16(ab, 2), cb);
+                    v[k] = _mm_mulhrs_epi16(_mm_add_epi16(_mm_srai_epi16(x, 2), r[3].c[k]), _mm_set1_epi16(512));  // (x + 32) >> 6
+                }
             }
             if constexpr (kB) band[i].b = packRounded(cur[0], cur[R - 1]);
         };
-        for (int i = 1; i < 5; ++i) next(i);
+        __m128i v[2];
+        for (int i = 1; i < 5; ++i) next(std::false_type{}, i, v);
         for (int y = 0; y < hb; ++y) {
-            next(y + 5);
-            simd::store<W>(row(dst, ds, y0 + y), centreRow<DY>(band + y));
+            // The band's rows are read back from memory (as operands), not
+            // carried in registers from row to row.
+            asm volatile("" ::: "memory");
+            next(std::true_type{}, y + 5, v);
+            __m128i out = _mm_packus_epi16(v[0], v[1]);
+            // b of this row (DY 1) or the next (DY 3), still in parity order.
+            if constexpr (DY != 2) out = _mm_avg_epu8(out, band[y + 2 + (DY == 3)].b);
+            simd::store<W>(row(dst, ds, y0 + y), order<16>(out));
         }
     }
 }

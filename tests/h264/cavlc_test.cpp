@@ -41,8 +41,11 @@ int randomLevel(Rng& r, int maxAbs) {
 std::vector<int> randomScan(Rng& r, int maxCoeff, int maxAbs) {
     std::vector<int> s(maxCoeff, 0);
     int tc = r.uniform(0, 3) == 0 ? maxCoeff : r.uniform(0, maxCoeff);
+    // Half the blocks keep their coefficients near the start, as real ones
+    // do: few zeros between them (short total_zeros and run_before codes).
+    int span = r.coin() ? maxCoeff : std::min(maxCoeff, tc + r.uniform(0, 6));
     for (int placed = 0; placed < tc;) {
-        int p = r.uniform(0, maxCoeff - 1);
+        int p = r.uniform(0, span - 1);
         if (!s[p]) {
             s[p] = randomLevel(r, maxAbs);
             ++placed;
