@@ -36,7 +36,10 @@ Block dense(int magnitude) {
 int coded(const Block& b) { return static_cast<int>(std::count_if(b.begin() + 1, b.end(), [](Mox16s v) { return v; })); }
 
 void perCoefficient(benchmark::State& st, int n) {
-    if (n) st.counters["ticks/coef"] = st.counters["ticks"].value / n;
+    if (n) {
+        st.counters["ticks/coef"] = st.counters["ticks"].value / n;
+        st.counters["min_ticks/coef"] = st.counters["min_ticks"].value / n;
+    }
 }
 
 void BM_Decode(benchmark::State& st, Encode enc, Decode dec, Block b) {
