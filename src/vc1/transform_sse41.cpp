@@ -211,29 +211,31 @@ constexpr int kPairLines[H / 2][2] = {{0, 1}, {3, 2}};
 template <>
 constexpr int kPairLines<8>[4][2] = {{0, 1}, {7, 6}, {3, 2}, {4, 5}};
 
-template <int H>
-MOX_VC1_INLINE void residual4(const Mox16s* src, int ss, __m128i r[H / 2]) {
-    if constexpr (H == 4)
+// The residual of a W x H block in registers: 4-wide blocks two lines per
+// register (lines as kPairLines), 8-wide ones a line per register.
+template <int W, int H>
+MOX_VC1_INLINE void residual(const Mox16s* src, int ss, __m128i r[8]) {
+    if constexpr (W == 4 && H == 4)
         residual4x4(src, ss, r);
-    else
+    else if constexpr (W == 4)
         residual4x8(src, ss, r);
+    else if constexpr (H == 4)
+        residual8x4(src, ss, r);
+    else
+        residual8x8(src, ss, r);
 }
 
 template <int W, int H>
 void inverse(const Mox16s* src, int ss, Mox16s* dst, int ds) {
     __m128i r[8];
+    residual<W, H>(src, ss, r);
     if constexpr (W == 4) {
-        residual4<H>(src, ss, r);
 #pragma GCC unroll 4
         for (int k = 0; k < H / 2; ++k) {
             simd::store<8>(row(dst, ds, kPairLines<H>[k][0]), r[k]);
             _mm_storeh_pd(reinterpret_cast<double*>(row(dst, ds, kPairLines<H>[k][1])), _mm_castsi128_pd(r[k]));
         }
     } else {
-        if constexpr (H == 4)
-            residual8x4(src, ss, r);
-        else
-            residual8x8(src, ss, r);
 #pragma GCC unroll 8
         for (int y = 0; y < H; ++y) simd::store<16>(row(dst, ds, y), r[y]);
     }
@@ -263,16 +265,12 @@ MOX_VC1_INLINE void addLines4(const Mox8u* pred, int ps, Mox8u* dst, int ds, con
 template <int W, int H>
 void inverseAdd(const Mox16s* src, int ss, const Mox8u* pred, int ps, Mox8u* dst, int ds) {
     __m128i r[8];
+    residual<W, H>(src, ss, r);
     if constexpr (W == 4) {
-        residual4<H>(src, ss, r);
 #pragma GCC unroll 2
         for (int k = 0; k < H / 2; k += 2)
             addLines4(pred, ps, dst, ds, kPairLines<H>[k], kPairLines<H>[k + 1], r[k], r[k + 1]);
     } else {
-        if constexpr (H == 4)
-            residual8x4(src, ss, r);
-        else
-            residual8x8(src, ss, r);
 #pragma GCC unroll 4
         for (int y = 0; y < H; y += 2) {
             const __m128i p = simd::load8x2(row(pred, ps, y), row(pred, ps, y + 1));
