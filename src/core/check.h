@@ -24,6 +24,10 @@ constexpr bool anyNull(const P*... p) {
 }  // namespace mox
 
 #define MOX_FN extern "C" MOXAPI MoxStatus
+// An entry point with every call inside it inlined.
+#define MOX_FN_INLINE extern "C" MOXAPI __attribute__((flatten)) MoxStatus
+// A helper forced inline, so that a kernel's state stays in registers.
+#define MOX_INLINE inline __attribute__((always_inline))
 
 #define MOX_CHECK_PTRS(...)                                  \
     do {                                                     \

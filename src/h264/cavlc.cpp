@@ -16,7 +16,6 @@ using mox::h264::kNoCode;
 
 // The decoding steps are inlined into each entry point so that the cursor
 // stays in registers instead of being stored and reloaded around calls.
-#define MOX_INLINE inline __attribute__((always_inline))
 
 constexpr int kInvalid = -1;
 constexpr int kMaxChain = 4;  // sub-table depth accepted from a caller's table

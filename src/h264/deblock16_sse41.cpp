@@ -16,8 +16,6 @@ namespace {
 using namespace mox;
 using namespace mox::deblock;
 
-#define MOX_INLINE inline __attribute__((always_inline))
-
 MOX_INLINE __m128i avgDown(__m128i a, __m128i b) {
     return _mm_sub_epi16(_mm_avg_epu16(a, b), _mm_and_si128(_mm_xor_si128(a, b), _mm_set1_epi16(1)));
 }
@@ -236,7 +234,6 @@ MOX_INLINE void transpose4x8(const __m128i col[4], __m128i out[4]) {
     out[2] = _mm_unpacklo_epi32(a1, a3);
     out[3] = _mm_unpackhi_epi32(a1, a3);
 }
-
 
 using Rec = MoxiFilterDeblock_16u;
 

@@ -18,8 +18,6 @@ namespace {
 using namespace mox;
 using namespace mox::deblock;
 
-#define MOX_INLINE inline __attribute__((always_inline))
-
 // floor((a + b) / 2).
 MOX_INLINE __m128i avgDown(__m128i a, __m128i b) {
     return _mm_sub_epi8(_mm_avg_epu8(a, b), _mm_and_si128(_mm_xor_si128(a, b), _mm_set1_epi8(1)));
@@ -70,7 +68,6 @@ MOX_INLINE Lanes lanes(__m128i bsv, __m128i tc0, const Limits& l0, const Limits&
     L.strong = _mm_cmpeq_epi8(bsv, _mm_set1_epi8(4));
     return L;
 }
-
 
 // The normal-filter change of p0 and q0, ((q0 - p0) * 4 + (p1 - q1) + 4) >> 3
 // limited to +-tc (tc 0 outside `mask`), split into its positive and negative
@@ -138,7 +135,6 @@ MOX_INLINE bool lumaNormal(__m128i p2, __m128i& p1, __m128i& p0, __m128i& q0, __
     q1 = nq1;
     return true;
 }
-
 
 // Chroma filter of p0 and q0 (p1, q1 are only read); false when no line changed.
 MOX_INLINE bool chromaFilter(__m128i p1, __m128i& p0, __m128i& q0, __m128i q1, const Lanes& L) {

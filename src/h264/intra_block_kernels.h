@@ -527,6 +527,23 @@ inline __m128i predict4x4Reg(const Mox8u* p, int step, int avail) {
 
 // DC value of a 4x4 block (clause 8.3.1.2.3): the mean of the available
 // upper row and left column, else half the sample range.
+// The DC of a block of 1 << Log2N rows and columns from the sums of its
+// upper row (st) and left column (sl): the rounded mean of the sides that
+// are available, else `none`.
+template <int Log2N>
+inline int dcFromSums(int st, int sl, int avail, int none) {
+    switch (avail & (kAvailUp | kAvailLeft)) {
+        case kAvailUp | kAvailLeft:
+            return (st + sl + (1 << Log2N)) >> (Log2N + 1);
+        case kAvailUp:
+            return (st + (1 << (Log2N - 1))) >> Log2N;
+        case kAvailLeft:
+            return (sl + (1 << (Log2N - 1))) >> Log2N;
+        default:
+            return none;
+    }
+}
+
 template <class T, bool Whole>
 inline int dc4x4Value(const T* p, int step, int avail, int bitDepth) {
     const T* above = row(p, step, -1);
@@ -541,16 +558,7 @@ inline int dc4x4Value(const T* p, int step, int avail, int bitDepth) {
     if (avail & kAvailLeft)
 #pragma GCC unroll 4
         for (int y = 0; y < 4; ++y) sl += lastOf<Whole, 4>(row(p, step, y));
-    switch (avail & (kAvailUp | kAvailLeft)) {
-        case kAvailUp | kAvailLeft:
-            return (st + sl + 4) >> 3;
-        case kAvailUp:
-            return (st + 2) >> 2;
-        case kAvailLeft:
-            return (sl + 2) >> 2;
-        default:
-            return half<T>(bitDepth);
-    }
+    return dcFromSums<2>(st, sl, avail, half<T>(bitDepth));
 }
 
 // DC of a 4x4 block of 8-bit samples as one register.
@@ -593,21 +601,7 @@ bool predict8x8DC(T* p, int step, int avail, int bitDepth) {
         st = hsum16(window<10>(e));
         sl = hsum16(window<1>(e));
     }
-    int dc = half<T>(bitDepth);
-    switch (avail & (kAvailUp | kAvailLeft)) {
-        case kAvailUp | kAvailLeft:
-            dc = (st + sl + 8) >> 4;
-            break;
-        case kAvailUp:
-            dc = (st + 4) >> 3;
-            break;
-        case kAvailLeft:
-            dc = (sl + 4) >> 3;
-            break;
-        default:
-            break;
-    }
-    __m128i v = splat<T>(dc);
+    __m128i v = splat<T>(dcFromSums<3>(st, sl, avail, half<T>(bitDepth)));
     for (int y = 0; y < 8; ++y) fillRow<T, 8>(row(p, step, y), v);
     return false;
 }

@@ -53,27 +53,14 @@ void predict16x16DC(T* p, int step, int avail, int bitDepth) {
     if constexpr (sizeof(T) == 1) {
         intra::predictDC16(p, step, avail);
     } else {
-        int st = 0, sl = 0, dc = half<T>(bitDepth);
+        int st = 0, sl = 0;
         if (avail & kAvailUp) {
             const T* above = row(p, step, -1);
             st = hsum32(_mm_add_epi32(_mm_madd_epi16(loadu(above), _mm_set1_epi16(1)),
                                       _mm_madd_epi16(loadu(above + 8), _mm_set1_epi16(1))));
         }
         if (avail & kAvailLeft) sl = leftSum<16>(p, step, 0);
-        switch (avail & (kAvailUp | kAvailLeft)) {
-            case kAvailUp | kAvailLeft:
-                dc = (st + sl + 16) >> 5;
-                break;
-            case kAvailUp:
-                dc = (st + 8) >> 4;
-                break;
-            case kAvailLeft:
-                dc = (sl + 8) >> 4;
-                break;
-            default:
-                break;
-        }
-        __m128i v = splat<T>(dc);
+        __m128i v = splat<T>(intra::dcFromSums<4>(st, sl, avail, half<T>(bitDepth)));
 #pragma GCC unroll 16
         for (int y = 0; y < 16; ++y) fillRow<T, 16>(row(p, step, y), v);
     }

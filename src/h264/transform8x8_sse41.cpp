@@ -212,7 +212,6 @@ void addResidual8x8Scaled(const Mox16u* pred, int predStep, const Mox32s* coeffs
 // ------------------------------------------------------------------ exported wrappers
 // Each wrapper takes its kernel inline; the kernels stay callable on their own
 // for the macroblock reconstruction.
-#define MOX_FN_INLINE extern "C" MOXAPI __attribute__((flatten)) MoxStatus
 
 MOX_FN_INLINE moxiQuantLuma8x8Inv_H264_16s_C1I(Mox16s* pSrcDst, int QP, const Mox16s* pQuantTable) {
     MOX_CHECK_PTRS(pSrcDst, pQuantTable);

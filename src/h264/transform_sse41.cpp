@@ -500,7 +500,6 @@ void chromaDC2x2SISP(Mox16s* dc, const Mox16s* predDC, int qp, int qs, bool swit
 // ------------------------------------------------------------------ exported wrappers
 // Each wrapper takes its kernel inline; the kernels stay callable on their own
 // for the macroblock reconstruction.
-#define MOX_FN_INLINE extern "C" MOXAPI __attribute__((flatten)) MoxStatus
 
 namespace {
 

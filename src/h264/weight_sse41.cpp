@@ -330,8 +330,6 @@ struct UniPairs {
     }
 };
 
-#define MOX_INLINE inline __attribute__((always_inline))
-
 // Rows of W (4, 8 or 16) bytes, H rows: a register holds one row of 16, two of 8 or four of 4.
 template <int W, int H, class Op>
 MOX_INLINE void square(const Mox8u* a, int as, const Mox8u* b, int bs, Mox8u* d, int ds, const Op& op) {

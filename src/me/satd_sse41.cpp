@@ -18,7 +18,6 @@ namespace {
 using namespace mox;
 
 // The tile helpers are small pieces of one unrolled kernel.
-#define MOX_INLINE inline __attribute__((always_inline))
 
 MOX_INLINE __m128i zero() { return _mm_setzero_si128(); }
 

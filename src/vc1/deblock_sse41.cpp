@@ -26,14 +26,13 @@ using namespace mox;
 
 // Everything is inlined into one kernel per edge, loops unrolled, so the
 // sixteen lines stay in registers.
-#define MOX_VC1_INLINE inline __attribute__((always_inline))
 
 inline __m128i taps8(int a, int b) {
     return _mm_set1_epi16(static_cast<short>((static_cast<unsigned>(b) << 8) | (static_cast<unsigned>(a) & 0xFFu)));
 }
 
 // (m + 4) >> 3 of the pmaddubsw measure of pairs (x with 2, -5; y with 5, -2).
-MOX_VC1_INLINE __m128i measure(__m128i x, __m128i y) {
+MOX_INLINE __m128i measure(__m128i x, __m128i y) {
     const __m128i s = _mm_add_epi16(_mm_maddubs_epi16(x, taps8(2, -5)), _mm_maddubs_epi16(y, taps8(5, -2)));
     return _mm_srai_epi16(_mm_add_epi16(s, _mm_set1_epi16(4)), 3);
 }
@@ -48,7 +47,7 @@ struct Pairs {
     __m128i q12, q34, q56, q78;
 };
 
-MOX_VC1_INLINE Half half(const Pairs& q, __m128i pq) {
+MOX_INLINE Half half(const Pairs& q, __m128i pq) {
     Half h;
     h.a0 = measure(q.q34, q.q56);
     const __m128i A0 = _mm_abs_epi16(h.a0);
@@ -63,7 +62,7 @@ MOX_VC1_INLINE Half half(const Pairs& q, __m128i pq) {
 // and p5, one line per byte in order (N = 8: only bytes 0..7 hold lines);
 // updates p4, p5 and returns false when no line changes.
 template <int N>
-MOX_VC1_INLINE bool filter(const Pairs& lo8, const Pairs& hi8, __m128i& p4, __m128i& p5, int pq, unsigned disabled) {
+MOX_INLINE bool filter(const Pairs& lo8, const Pairs& hi8, __m128i& p4, __m128i& p5, int pq, unsigned disabled) {
     const __m128i q = _mm_set1_epi16(static_cast<short>(pq));
     const Half lo = half(lo8, q);
     const Half hi = N == 16 ? half(hi8, q) : lo;
@@ -91,7 +90,7 @@ MOX_VC1_INLINE bool filter(const Pairs& lo8, const Pairs& hi8, __m128i& p4, __m1
 
 // Byte pairs of the rows P[0..7] (bytes 0..7 when HI is false, 8..15 when true).
 template <bool HI>
-MOX_VC1_INLINE Pairs pairsOf(const __m128i P[8]) {
+MOX_INLINE Pairs pairsOf(const __m128i P[8]) {
     auto pair = [](__m128i a, __m128i b) { return HI ? _mm_unpackhi_epi8(a, b) : _mm_unpacklo_epi8(a, b); };
     return {pair(P[0], P[1]), pair(P[2], P[3]), pair(P[4], P[5]), pair(P[6], P[7])};
 }
@@ -111,7 +110,7 @@ void horEdge(Mox8u* p, int step, int pq, unsigned disabled) {
 // Columns -4..3 of lines `first`..`first` + 7 as byte pairs: each line is
 // four 16-bit words (P1, P2) .. (P7, P8), so a 4 x 8 word transpose of the
 // lines loaded two to a register gives the pairs with no byte shuffle.
-MOX_VC1_INLINE Pairs columnPairs(const Mox8u* p, int step, int first) {
+MOX_INLINE Pairs columnPairs(const Mox8u* p, int step, int first) {
     __m128i r[4];
 #pragma GCC unroll 4
     for (int k = 0; k < 4; ++k) r[k] = simd::load8x2(row(p, step, first + 2 * k) - 4, row(p, step, first + 2 * k + 1) - 4);
@@ -126,14 +125,14 @@ MOX_VC1_INLINE Pairs columnPairs(const Mox8u* p, int step, int first) {
 
 // Word K of v (one pextrw) to p.
 template <int K>
-MOX_VC1_INLINE void storeWord(Mox8u* p, __m128i v) {
+MOX_INLINE void storeWord(Mox8u* p, __m128i v) {
     const uint16_t w = static_cast<uint16_t>(_mm_extract_epi16(v, K));
     std::memcpy(p, &w, 2);
 }
 
 // Word k of lo to columns -1, 0 of line k, and for N = 16 word k of hi to line k + 8.
 template <int N, int... K>
-MOX_VC1_INLINE void storeEdgeWords(Mox8u* p, int step, __m128i lo, __m128i hi, std::integer_sequence<int, K...>) {
+MOX_INLINE void storeEdgeWords(Mox8u* p, int step, __m128i lo, __m128i hi, std::integer_sequence<int, K...>) {
     (storeWord<K>(row(p, step, K) - 1, lo), ...);
     if constexpr (N == 16) (storeWord<K>(row(p, step, K + 8) - 1, hi), ...);
 }

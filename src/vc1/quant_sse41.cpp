@@ -29,7 +29,6 @@ using namespace mox;
 using mox::vc1::kQuantReciprocal;
 
 // The inverse kernels are small: each is expanded into its exported wrapper.
-#define MOX_VC1_QUANT_INLINE inline __attribute__((always_inline))
 
 // ---------------------------------------------------------------- block access
 // Register i of a W x H block: row i (W = 8) or rows 2i and 2i + 1 (W = 4).
@@ -61,7 +60,7 @@ inline int bitExtent(uint64_t m) { return 63 ^ __builtin_clzll(2 * m + 1); }  //
 // Bit i set where byte i of bytes is non-zero: paddusb of 0x7F moves
 // "non-zero" into each byte's top bit for pmovmskb (a 0x80 byte in top sets
 // its bit whatever the value).
-MOX_VC1_QUANT_INLINE uint32_t nonZeroBytes(__m128i bytes, __m128i top = _mm_set1_epi8(127)) {
+MOX_INLINE uint32_t nonZeroBytes(__m128i bytes, __m128i top = _mm_set1_epi8(127)) {
     return static_cast<uint32_t>(_mm_movemask_epi8(_mm_adds_epu8(bytes, top)));
 }
 
@@ -70,7 +69,7 @@ MOX_VC1_QUANT_INLINE uint32_t nonZeroBytes(__m128i bytes, __m128i top = _mm_set1
 // for coefficient (x, y) (packsswb keeps a word non-zero exactly when it was
 // non-zero), its rows folded together for the columns.
 template <int W, int H, int N>
-MOX_VC1_QUANT_INLINE MoxiSize extentOf(const __m128i (&r)[N], bool intra) {
+MOX_INLINE MoxiSize extentOf(const __m128i (&r)[N], bool intra) {
     static_assert(N == 2 || N == 4, "at most 32 coefficients");
     uint64_t m = nonZeroBytes(_mm_packs_epi16(r[0], r[1]));
     if constexpr (N == 4) m |= static_cast<uint64_t>(nonZeroBytes(_mm_packs_epi16(r[2], r[3]))) << 16;
@@ -85,7 +84,7 @@ MOX_VC1_QUANT_INLINE MoxiSize extentOf(const __m128i (&r)[N], bool intra) {
 // no register copies: pabsw writes a new register and c is read once more
 // by psignw (c * quant + psignw(half, c) costs two copies a row).
 template <bool Nonuniform>
-MOX_VC1_QUANT_INLINE __m128i scale(__m128i c, __m128i q, __m128i half) {
+MOX_INLINE __m128i scale(__m128i c, __m128i q, __m128i half) {
     if constexpr (Nonuniform)
         return _mm_sign_epi16(_mm_add_epi16(_mm_mullo_epi16(_mm_abs_epi16(c), q), half), c);
     else
@@ -101,7 +100,7 @@ MOX_VC1_QUANT_INLINE __m128i scale(__m128i c, __m128i q, __m128i half) {
 // 0..7) and rows (bits 8..15). Intra blocks add 0x80 in the byte of row 0:
 // row 0 always counts. In place, the source pointer and step serve both.
 template <bool Intra, bool Nonuniform, bool InPlace = false>
-MOX_VC1_QUANT_INLINE void quantInv8x8(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
+MOX_INLINE void quantInv8x8(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
                                       MoxiSize* pDstSizeNZ) {
     const char* s = reinterpret_cast<const char*>(pSrc);
     char* d = reinterpret_cast<char*>(pDst);
@@ -140,7 +139,7 @@ MOX_VC1_QUANT_INLINE void quantInv8x8(const Mox16s* pSrc, int srcStep, Mox16s* p
 }
 
 template <int W, int H, bool Intra, bool Nonuniform>
-MOX_VC1_QUANT_INLINE void quantInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
+MOX_INLINE void quantInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
                                    MoxiSize* pDstSizeNZ) {
     constexpr int N = W * H / 8;  // registers
     const __m128i q = _mm_set1_epi16(static_cast<int16_t>(quant));
@@ -181,7 +180,7 @@ constexpr InvKernel kInterSmall[3] = {quantInvInter<4, 4, Nonuniform>, quantInvI
 // The size checks after the pointer checks (both sides 4 or 8: each minus 4
 // is 0 or 4, and 8x8 is where both are 4), then the kernel.
 template <bool Nonuniform, bool InPlace = false>
-MOX_VC1_QUANT_INLINE MoxStatus runInterInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
+MOX_INLINE MoxStatus runInterInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
                                            MoxiSize roi, MoxiSize* pDstSizeNZ) {
     const uint32_t w = static_cast<uint32_t>(roi.width) - 4, h = static_cast<uint32_t>(roi.height) - 4;
     MOX_CHECK(((w | h) & ~4u) == 0, moxStsSizeErr);

@@ -26,10 +26,9 @@ namespace {
 using namespace mox;
 
 // The passes share registers only when everything is inlined into one kernel.
-#define MOX_VC1_INLINE inline __attribute__((always_inline))
 
 template <int C>
-MOX_VC1_INLINE __m128i mulc(__m128i v) {
+MOX_INLINE __m128i mulc(__m128i v) {
     if constexpr (C == 4)
         return _mm_slli_epi16(v, 2);
     else if constexpr (C == 16)
@@ -40,13 +39,13 @@ MOX_VC1_INLINE __m128i mulc(__m128i v) {
         return _mm_mullo_epi16(v, _mm_set1_epi16(C));
 }
 
-MOX_VC1_INLINE __m128i add(__m128i a, __m128i b) { return _mm_add_epi16(a, b); }
-MOX_VC1_INLINE __m128i sub(__m128i a, __m128i b) { return _mm_sub_epi16(a, b); }
+MOX_INLINE __m128i add(__m128i a, __m128i b) { return _mm_add_epi16(a, b); }
+MOX_INLINE __m128i sub(__m128i a, __m128i b) { return _mm_sub_epi16(a, b); }
 
 // 8-point transform of x[0..7] into o[0..7]: (sum + R (+ 1 on outputs 4..7
 // when LOWER1)) >> S.
 template <int R, int S, bool LOWER1>
-MOX_VC1_INLINE void idct8(const __m128i x[8], __m128i o[8]) {
+MOX_INLINE void idct8(const __m128i x[8], __m128i o[8]) {
     const __m128i dc = add(mulc<12>(x[0]), _mm_set1_epi16(R)), x4 = mulc<12>(x[4]);
     const __m128i t1 = add(dc, x4), t2 = sub(dc, x4);
     const __m128i t3 = add(mulc<16>(x[2]), mulc<6>(x[6])), t4 = sub(mulc<6>(x[2]), mulc<16>(x[6]));
@@ -77,7 +76,7 @@ MOX_VC1_INLINE void idct8(const __m128i x[8], __m128i o[8]) {
 
 // 4-point transform of x[0..3] into o[0..3].
 template <int R, int S>
-MOX_VC1_INLINE void idct4(const __m128i x[4], __m128i o[4]) {
+MOX_INLINE void idct4(const __m128i x[4], __m128i o[4]) {
     const __m128i r = _mm_set1_epi16(R);
     const __m128i t1 = add(mulc<17>(add(x[0], x[2])), r), t2 = add(mulc<17>(sub(x[0], x[2])), r);
     const __m128i t3 = add(mulc<22>(x[1]), mulc<10>(x[3])), t4 = sub(mulc<22>(x[3]), mulc<10>(x[1]));
@@ -88,7 +87,7 @@ MOX_VC1_INLINE void idct4(const __m128i x[4], __m128i o[4]) {
 }
 
 // Residual rows of an 8x8 block: res[y] holds row y.
-MOX_VC1_INLINE void residual8x8(const Mox16s* src, int ss, __m128i res[8]) {
+MOX_INLINE void residual8x8(const Mox16s* src, int ss, __m128i res[8]) {
     __m128i in[8], x[8], d[8];
 #pragma GCC unroll 8
     for (int y = 0; y < 8; ++y) in[y] = simd::load<16>(row(src, ss, y));
@@ -103,7 +102,7 @@ MOX_VC1_INLINE void residual8x8(const Mox16s* src, int ss, __m128i res[8]) {
 
 // (a | b), (c | d) of four lanes each into (a0 b0 c0 d0 | a1 b1 c1 d1) and
 // (a2 b2 c2 d2 | a3 b3 c3 d3): the 4x4 transpose of lines held in pairs.
-MOX_VC1_INLINE void transpose4Pairs(__m128i& p, __m128i& q) {
+MOX_INLINE void transpose4Pairs(__m128i& p, __m128i& q) {
     const __m128i u = _mm_unpacklo_epi16(p, q), v = _mm_unpackhi_epi16(p, q);
     p = _mm_unpacklo_epi16(u, v);
     q = _mm_unpackhi_epi16(u, v);
@@ -111,16 +110,16 @@ MOX_VC1_INLINE void transpose4Pairs(__m128i& p, __m128i& q) {
 
 // v * (A in lanes 0..3, B in lanes 4..7).
 template <int A, int B>
-MOX_VC1_INLINE __m128i mul2(__m128i v) {
+MOX_INLINE __m128i mul2(__m128i v) {
     return _mm_mullo_epi16(v, _mm_setr_epi16(A, A, A, A, B, B, B, B));
 }
-MOX_VC1_INLINE __m128i dupLo(__m128i v) { return _mm_unpacklo_epi64(v, v); }
-MOX_VC1_INLINE __m128i dupHi(__m128i v) { return _mm_unpackhi_epi64(v, v); }
+MOX_INLINE __m128i dupLo(__m128i v) { return _mm_unpacklo_epi64(v, v); }
+MOX_INLINE __m128i dupHi(__m128i v) { return _mm_unpackhi_epi64(v, v); }
 
 // 4-point transform of four lines at once: x01 holds inputs 0 | 1, x23
 // inputs 2 | 3; out01 becomes outputs 0 | 1 and out32 outputs 3 | 2.
 template <int R, int S>
-MOX_VC1_INLINE void idct4Pairs(__m128i x01, __m128i x23, __m128i& out01, __m128i& out32) {
+MOX_INLINE void idct4Pairs(__m128i x01, __m128i x23, __m128i& out01, __m128i& out32) {
     const __m128i s = add(x01, x23), d = sub(x01, x23);  // x0 + x2 | x1 + x3, x0 - x2 | x1 - x3
     // 17 (x0 + x2) + R | 17 (x0 - x2) + R
     const __m128i e = add(mulc<17>(_mm_unpacklo_epi64(s, d)), _mm_set1_epi16(R));
@@ -131,7 +130,7 @@ MOX_VC1_INLINE void idct4Pairs(__m128i x01, __m128i x23, __m128i& out01, __m128i
 }
 
 // Residual lines 0 | 1 and 3 | 2 of a 4x4 block.
-MOX_VC1_INLINE void residual4x4(const Mox16s* src, int ss, __m128i r[2]) {
+MOX_INLINE void residual4x4(const Mox16s* src, int ss, __m128i r[2]) {
     __m128i p = simd::load8x2(row(src, ss, 0), row(src, ss, 1)), q = simd::load8x2(row(src, ss, 2), row(src, ss, 3));
     transpose4Pairs(p, q);  // coefficient columns 0 | 1, 2 | 3
     __m128i c01, c32;
@@ -148,7 +147,7 @@ MOX_VC1_INLINE void residual4x4(const Mox16s* src, int ss, __m128i r[2]) {
 // 8-point transform of four lines with the inputs paired as 0 | 2, 4 | 6,
 // 1 | 3, 5 | 7; the outputs come paired as 0 | 1, 7 | 6, 3 | 2, 4 | 5.
 template <int R, int S, bool LOWER1>
-MOX_VC1_INLINE void idct8Pairs(__m128i x02, __m128i x46, __m128i x13, __m128i x57, __m128i o[4]) {
+MOX_INLINE void idct8Pairs(__m128i x02, __m128i x46, __m128i x13, __m128i x57, __m128i o[4]) {
     const __m128i s = add(x02, x46), d = sub(x02, x46);  // x0 + x4 | x2 + x6, x0 - x4 | x2 - x6
     // t1 | t2 = 12 (x0 + x4) + R | 12 (x0 - x4) + R; t3 | t4 = 16 x2 + 6 x6 | 6 x2 - 16 x6
     const __m128i t12 = add(mulc<12>(_mm_unpacklo_epi64(s, d)), _mm_set1_epi16(R));
@@ -168,7 +167,7 @@ MOX_VC1_INLINE void idct8Pairs(__m128i x02, __m128i x46, __m128i x13, __m128i x5
 }
 
 // Residual lines of an 8x4 block, one per register.
-MOX_VC1_INLINE void residual8x4(const Mox16s* src, int ss, __m128i y[4]) {
+MOX_INLINE void residual8x4(const Mox16s* src, int ss, __m128i y[4]) {
     const __m128i r0 = simd::load<16>(row(src, ss, 0)), r1 = simd::load<16>(row(src, ss, 1));
     const __m128i r2 = simd::load<16>(row(src, ss, 2)), r3 = simd::load<16>(row(src, ss, 3));
     const __m128i a0 = _mm_unpacklo_epi16(r0, r1), a1 = _mm_unpackhi_epi16(r0, r1);
@@ -187,7 +186,7 @@ MOX_VC1_INLINE void residual8x4(const Mox16s* src, int ss, __m128i y[4]) {
 }
 
 // Residual lines of a 4x8 block in pairs 0 | 1, 7 | 6, 3 | 2, 4 | 5.
-MOX_VC1_INLINE void residual4x8(const Mox16s* src, int ss, __m128i o[4]) {
+MOX_INLINE void residual4x8(const Mox16s* src, int ss, __m128i o[4]) {
     __m128i p0 = simd::load8x2(row(src, ss, 0), row(src, ss, 1)), q0 = simd::load8x2(row(src, ss, 2), row(src, ss, 3));
     __m128i p1 = simd::load8x2(row(src, ss, 4), row(src, ss, 5)), q1 = simd::load8x2(row(src, ss, 6), row(src, ss, 7));
     transpose4Pairs(p0, q0);  // columns 0 | 1, 2 | 3 of lines 0..3
@@ -214,7 +213,7 @@ constexpr int kPairLines<8>[4][2] = {{0, 1}, {7, 6}, {3, 2}, {4, 5}};
 // The residual of a W x H block in registers: 4-wide blocks two lines per
 // register (lines as kPairLines), 8-wide ones a line per register.
 template <int W, int H>
-MOX_VC1_INLINE void residual(const Mox16s* src, int ss, __m128i r[8]) {
+MOX_INLINE void residual(const Mox16s* src, int ss, __m128i r[8]) {
     if constexpr (W == 4 && H == 4)
         residual4x4(src, ss, r);
     else if constexpr (W == 4)
@@ -243,14 +242,14 @@ void inverse(const Mox16s* src, int ss, Mox16s* dst, int ds) {
 
 // Bytes 4 K .. 4 K + 3 of v (one pextrd).
 template <int K>
-MOX_VC1_INLINE void store4(Mox8u* p, __m128i v) {
+MOX_INLINE void store4(Mox8u* p, __m128i v) {
     const uint32_t x = static_cast<uint32_t>(_mm_extract_epi32(v, K));
     std::memcpy(p, &x, 4);
 }
 
 // Prediction plus residual, clamped to 0..255, for four 4-wide lines (two
 // registers of residual lines a0 | a1, b0 | b1).
-MOX_VC1_INLINE void addLines4(const Mox8u* pred, int ps, Mox8u* dst, int ds, const int a[2], const int b[2], __m128i ra,
+MOX_INLINE void addLines4(const Mox8u* pred, int ps, Mox8u* dst, int ds, const int a[2], const int b[2], __m128i ra,
                               __m128i rb) {
     const __m128i p = simd::load4x4(row(pred, ps, a[0]), row(pred, ps, a[1]), row(pred, ps, b[0]), row(pred, ps, b[1]));
     const __m128i z = _mm_setzero_si128();
