@@ -190,6 +190,7 @@ template <int W, int D, int HX, int HY>
         const int rs = HX ? D : ss;
         __m128i tlo, thi;
         if constexpr (HY && HX) pairs<N, D>(src, tlo, thi);
+#pragma GCC unroll 8
         for (int y = 0; y < h; ++y) {
             const Mox8u* s = row(src, ss, y);
             __m128i lo, hi;
