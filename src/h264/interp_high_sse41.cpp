@@ -146,7 +146,8 @@ constexpr std::array<Kernel, 16> kLuma16 = makeTable<W>(std::make_index_sequence
 using ChromaKernel = void (*)(const Mox16u*, int, Mox16u*, int, int, int, int, int);
 
 template <int W, int HX, int HY>
-MOX_OUT_OF_LINE void chroma16(const Mox16u* src, int ss, Mox16u* dst, int ds, int dx, int dy, int h, int maxValue) {
+[[gnu::always_inline]] inline void chroma16Rows(const Mox16u* src, int ss, Mox16u* dst, int ds, int dx, int dy, int h,
+                                                int maxValue) {
     const __m128i maxv = _mm_set1_epi16(static_cast<short>(maxValue));
     // Weighted pairs (a[i], b[i]) of the W samples, as 32-bit lanes (lo: 0..3, hi: 4..7).
     auto madd = [](__m128i a, __m128i b, __m128i w, __m128i& lo, __m128i& hi) {
@@ -158,6 +159,7 @@ MOX_OUT_OF_LINE void chroma16(const Mox16u* src, int ss, Mox16u* dst, int ds, in
     } else if constexpr (!HX || !HY) {
         const int f = HX ? dx : dy;
         const __m128i w = taps16(8 - f, f);
+#pragma GCC unroll 8
         for (int y = 0; y < h; ++y) {
             const Mox16u* s = row(src, ss, y);
             __m128i lo, hi;
@@ -167,6 +169,7 @@ MOX_OUT_OF_LINE void chroma16(const Mox16u* src, int ss, Mox16u* dst, int ds, in
     } else {
         const __m128i wTop = taps16((8 - dx) * (8 - dy), dx * (8 - dy)), wBot = taps16((8 - dx) * dy, dx * dy);
         __m128i a = simd::load<2 * W>(src), b = simd::load<2 * W>(src + 1);
+#pragma GCC unroll 8
         for (int y = 0; y < h; ++y) {
             const Mox16u* s = row(src, ss, y + 1);
             const __m128i c = simd::load<2 * W>(s), d = simd::load<2 * W>(s + 1);
@@ -177,6 +180,17 @@ MOX_OUT_OF_LINE void chroma16(const Mox16u* src, int ss, Mox16u* dst, int ds, in
             a = c;
             b = d;
         }
+    }
+}
+
+// Heights 2, 4 and 8 run fully unrolled.
+template <int W, int HX, int HY>
+MOX_OUT_OF_LINE void chroma16(const Mox16u* src, int ss, Mox16u* dst, int ds, int dx, int dy, int h, int maxValue) {
+    switch (h) {
+        case 2: return chroma16Rows<W, HX, HY>(src, ss, dst, ds, dx, dy, 2, maxValue);
+        case 4: return chroma16Rows<W, HX, HY>(src, ss, dst, ds, dx, dy, 4, maxValue);
+        case 8: return chroma16Rows<W, HX, HY>(src, ss, dst, ds, dx, dy, 8, maxValue);
+        default: return chroma16Rows<W, HX, HY>(src, ss, dst, ds, dx, dy, h, maxValue);
     }
 }
 
