@@ -54,14 +54,14 @@ inline T loadScalar(const void* p) {
 }
 
 template <int... I>
-inline __m128i gather2(const Mox8u* p, int step, std::integer_sequence<int, I...>) {
+MOX_INLINE __m128i gather2(const Mox8u* p, int step, std::integer_sequence<int, I...>) {
     __m128i v = _mm_setzero_si128();
     ((v = _mm_insert_epi16(v, loadScalar<uint16_t>(row(p, step, I)), I)), ...);
     return v;
 }
 
 template <int BW, int G>
-inline __m128i gather(const Mox8u* p, int step) {
+MOX_INLINE __m128i gather(const Mox8u* p, int step) {
     if constexpr (BW == 16) {
         return simd::load<16>(p);
     } else if constexpr (BW == 8) {
@@ -79,29 +79,29 @@ inline __m128i gather(const Mox8u* p, int step) {
 }
 
 template <int I>
-inline void storeLane2(Mox8u* p, int step, __m128i v) {
+MOX_INLINE void storeLane2(Mox8u* p, int step, __m128i v) {
     const uint16_t x = static_cast<uint16_t>(_mm_extract_epi16(v, I));
     std::memcpy(row(p, step, I), &x, 2);
 }
 
 template <int I>
-inline void storeLane4(Mox8u* p, int step, __m128i v) {
+MOX_INLINE void storeLane4(Mox8u* p, int step, __m128i v) {
     const uint32_t x = static_cast<uint32_t>(_mm_extract_epi32(v, I));
     std::memcpy(row(p, step, I), &x, 4);
 }
 
 template <int... I>
-inline void scatter2(Mox8u* p, int step, __m128i v, std::integer_sequence<int, I...>) {
+MOX_INLINE void scatter2(Mox8u* p, int step, __m128i v, std::integer_sequence<int, I...>) {
     (storeLane2<I>(p, step, v), ...);
 }
 
 template <int... I>
-inline void scatter4(Mox8u* p, int step, __m128i v, std::integer_sequence<int, I...>) {
+MOX_INLINE void scatter4(Mox8u* p, int step, __m128i v, std::integer_sequence<int, I...>) {
     (storeLane4<I>(p, step, v), ...);
 }
 
 template <int BW, int G>
-inline void scatter(Mox8u* p, int step, __m128i v) {
+MOX_INLINE void scatter(Mox8u* p, int step, __m128i v) {
     if constexpr (BW == 16) {
         simd::store<16>(p, v);
     } else if constexpr (BW == 8) {
@@ -504,8 +504,8 @@ inline int signedStep(Mox32u step) { return static_cast<int>(step); }
 
 // ---------------------------------------------------------------- 8-bit entry points
 
-MOX_FN moxiUniDirWeightBlock_H264_8u_C1R(Mox8u* pSrcDst, Mox32u srcDstStep, Mox32u ulog2wd, Mox32s iWeight,
-                                         Mox32s iOffset, MoxiSize roiSize) {
+MOX_INLINE MoxStatus uniDirBlock8u(Mox8u* pSrcDst, Mox32u srcDstStep, Mox32u ulog2wd, Mox32s iWeight, Mox32s iOffset,
+                                   MoxiSize roiSize) {
     MOX_CHECK_PTRS(pSrcDst);
     MOX_CHECK(srcDstStep >= static_cast<Mox32u>(roiSize.width), moxStsStepErr);
     MOX_CHECK(sizeOk(roiSize.width) && sizeOk(roiSize.height), moxStsSizeErr);
@@ -514,14 +514,22 @@ MOX_FN moxiUniDirWeightBlock_H264_8u_C1R(Mox8u* pSrcDst, Mox32u srcDstStep, Mox3
     return moxStsNoErr;
 }
 
-MOX_FN moxiUniDirWeightBlock_H264_8u_C1IR(Mox8u* pSrcDst, Mox32u srcDstStep, Mox32u ulog2wd, Mox32s iWeight,
-                                          Mox32s iOffset, MoxiSize roiSize) {
-    return moxiUniDirWeightBlock_H264_8u_C1R(pSrcDst, srcDstStep, ulog2wd, iWeight, iOffset, roiSize);
+MOX_FN moxiUniDirWeightBlock_H264_8u_C1R(Mox8u* pSrcDst, Mox32u srcDstStep, Mox32u ulog2wd, Mox32s iWeight,
+                                         Mox32s iOffset, MoxiSize roiSize) {
+    return uniDirBlock8u(pSrcDst, srcDstStep, ulog2wd, iWeight, iOffset, roiSize);
 }
 
-MOX_FN moxiBiDirWeightBlock_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep1,
-                                          Mox32u srcStep2, Mox32u dstStep, Mox32u ulog2wd, Mox32s iWeight1,
-                                          Mox32s iOffset1, Mox32s iWeight2, Mox32s iOffset2, MoxiSize roiSize) {
+MOX_FN moxiUniDirWeightBlock_H264_8u_C1IR(Mox8u* pSrcDst, Mox32u srcDstStep, Mox32u ulog2wd, Mox32s iWeight,
+                                          Mox32s iOffset, MoxiSize roiSize) {
+    return uniDirBlock8u(pSrcDst, srcDstStep, ulog2wd, iWeight, iOffset, roiSize);
+}
+
+// Each body is shared inline by the entry points that differ only in their
+// steps (P2: one source step; C1IR: the same as C1R), so that no entry point
+// calls another through the symbol table.
+MOX_INLINE MoxStatus biDirBlock8u(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep1, Mox32u srcStep2,
+                                  Mox32u dstStep, Mox32u ulog2wd, Mox32s iWeight1, Mox32s iOffset1, Mox32s iWeight2,
+                                  Mox32s iOffset2, MoxiSize roiSize) {
     MOX_CHECK_PTRS(pSrc1, pSrc2, pDst);
     const Mox32u w = static_cast<Mox32u>(roiSize.width);
     MOX_CHECK(srcStep1 >= w && srcStep2 >= w && dstStep >= w, moxStsStepErr);
@@ -537,16 +545,9 @@ MOX_FN moxiBiDirWeightBlock_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8u* pSrc2
     return moxStsNoErr;
 }
 
-MOX_FN moxiBiDirWeightBlock_H264_8u_P2P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep,
-                                          Mox32u dstStep, Mox32u ulog2wd, Mox32s iWeight1, Mox32s iOffset1,
-                                          Mox32s iWeight2, Mox32s iOffset2, MoxiSize roiSize) {
-    return moxiBiDirWeightBlock_H264_8u_P3P1R(pSrc1, pSrc2, pDst, srcStep, srcStep, dstStep, ulog2wd, iWeight1,
-                                              iOffset1, iWeight2, iOffset2, roiSize);
-}
-
-MOX_FN moxiBiDirWeightBlockImplicit_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst,
-                                                  Mox32u srcStep1, Mox32u srcStep2, Mox32u dstStep, Mox32s iWeight1,
-                                                  Mox32s iWeight2, MoxiSize roiSize) {
+MOX_INLINE MoxStatus biDirImplicitBlock8u(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep1,
+                                          Mox32u srcStep2, Mox32u dstStep, Mox32s iWeight1, Mox32s iWeight2,
+                                          MoxiSize roiSize) {
     MOX_CHECK_PTRS(pSrc1, pSrc2, pDst);
     const Mox32u w = static_cast<Mox32u>(roiSize.width);
     MOX_CHECK(srcStep1 >= w && srcStep2 >= w && dstStep >= w, moxStsStepErr);
@@ -559,11 +560,30 @@ MOX_FN moxiBiDirWeightBlockImplicit_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8
     return moxStsNoErr;
 }
 
+MOX_FN moxiBiDirWeightBlock_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep1,
+                                          Mox32u srcStep2, Mox32u dstStep, Mox32u ulog2wd, Mox32s iWeight1,
+                                          Mox32s iOffset1, Mox32s iWeight2, Mox32s iOffset2, MoxiSize roiSize) {
+    return biDirBlock8u(pSrc1, pSrc2, pDst, srcStep1, srcStep2, dstStep, ulog2wd, iWeight1, iOffset1, iWeight2, iOffset2,
+                        roiSize);
+}
+
+MOX_FN moxiBiDirWeightBlock_H264_8u_P2P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep,
+                                          Mox32u dstStep, Mox32u ulog2wd, Mox32s iWeight1, Mox32s iOffset1,
+                                          Mox32s iWeight2, Mox32s iOffset2, MoxiSize roiSize) {
+    return biDirBlock8u(pSrc1, pSrc2, pDst, srcStep, srcStep, dstStep, ulog2wd, iWeight1, iOffset1, iWeight2, iOffset2,
+                        roiSize);
+}
+
+MOX_FN moxiBiDirWeightBlockImplicit_H264_8u_P3P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst,
+                                                  Mox32u srcStep1, Mox32u srcStep2, Mox32u dstStep, Mox32s iWeight1,
+                                                  Mox32s iWeight2, MoxiSize roiSize) {
+    return biDirImplicitBlock8u(pSrc1, pSrc2, pDst, srcStep1, srcStep2, dstStep, iWeight1, iWeight2, roiSize);
+}
+
 MOX_FN moxiBiDirWeightBlockImplicit_H264_8u_P2P1R(const Mox8u* pSrc1, const Mox8u* pSrc2, Mox8u* pDst, Mox32u srcStep,
                                                   Mox32u dstStep, Mox32s iWeight1, Mox32s iWeight2,
                                                   MoxiSize roiSize) {
-    return moxiBiDirWeightBlockImplicit_H264_8u_P3P1R(pSrc1, pSrc2, pDst, srcStep, srcStep, dstStep, iWeight1, iWeight2,
-                                                      roiSize);
+    return biDirImplicitBlock8u(pSrc1, pSrc2, pDst, srcStep, srcStep, dstStep, iWeight1, iWeight2, roiSize);
 }
 
 MOX_FN moxiWeightedAverage_H264_8u_C1IR(const Mox8u* pSrc1, Mox8u* pSrcDst, Mox32s srcDstStep, Mox32s iWeight1,
