@@ -139,6 +139,24 @@ void predictChromaDC(T* p, int step, int avail, int bitDepth) {
             s1 = above[4] + above[5] + above[6] + above[7];
         }
     }
+    if constexpr (sizeof(T) == 1 && H == 8) {
+        // The four DCs as bytes of one register, spread by one pshufb into
+        // rows 0..3 (low half) and rows 4..7 (high half).
+        const bool left = avail & kAvailLeft, lower = avail & kAvailLeftLower;
+        const int l0 = left ? leftSum<4>(p, step, 0) : 0, l1 = lower ? leftSum<4>(p, step, 4) : 0;
+        const int dc00 = up && left ? (s0 + l0 + 4) >> 3 : left ? (l0 + 2) >> 2 : up ? (s0 + 2) >> 2 : h;
+        const int dc01 = up ? (s1 + 2) >> 2 : left ? (l0 + 2) >> 2 : h;
+        const int dc10 = lower ? (l1 + 2) >> 2 : up ? (s0 + 2) >> 2 : h;
+        const int dc11 = up && lower ? (s1 + l1 + 4) >> 3 : lower ? (l1 + 2) >> 2 : up ? (s1 + 2) >> 2 : h;
+        const __m128i v = _mm_shuffle_epi8(_mm_cvtsi32_si128(dc00 | dc01 << 8 | dc10 << 16 | dc11 << 24),
+                                           _mm_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3));
+#pragma GCC unroll 4
+        for (int y = 0; y < 4; ++y) {
+            simd::store<8>(row(p, step, y), v);
+            _mm_storeh_pi(reinterpret_cast<__m64*>(row(p, step, y + 4)), _mm_castsi128_ps(v));
+        }
+        return;
+    }
     for (int g = 0; g < H / 4; ++g) {
         const bool left = avail & (4 * g < H / 2 ? kAvailLeft : kAvailLeftLower);
         int sl = 0;
