@@ -48,6 +48,24 @@ void measure(benchmark::State& st, F&& f) {
     }
 }
 
+// Filter benchmarks call their kernel on kAreas identical areas in turn,
+// each a macroblock apart, visiting them in steps of three so that two
+// successive calls never share samples: repeating the call on one area
+// makes each call's narrow stores stall the next call's wide loads of the
+// same bytes (store-to-load forwarding), which a decoder, filtering the
+// edges of successive blocks, does not see. f gets the area's index.
+constexpr int kAreas = 8;
+
+template <class F>
+void measureRotating(benchmark::State& st, F&& f) {
+    static_assert(kUnroll % kAreas == 0, "every batch visits every area equally often");
+    int k = 0;
+    measure(st, [&] {
+        f(k);
+        k = (k + 3) & (kAreas - 1);
+    });
+}
+
 // A buffer of random bytes (fixed seed) to take source and reference blocks from.
 template <class T = uint8_t>
 std::vector<T> randomBuffer(size_t n, int maxValue = 255, uint32_t seed = 1) {

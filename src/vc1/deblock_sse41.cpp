@@ -4,8 +4,8 @@
 // The filter works on the byte pairs (P1, P2), (P3, P4), (P5, P6), (P7, P8)
 // of eight lines, one line per 16-bit lane. For a horizontal edge they come
 // from unpacking the rows P1..P8; for a vertical one every line already
-// holds them as its four words, so one 4 x 8 word transpose of the lines,
-// loaded two to a register, gives them. The three edge measures
+// holds them as its four words, so one 4 x 8 word transpose of the lines
+// (each line one movq) gives them. The three edge measures
 // 2 (Pa - Pd) - 5 (Pb - Pc) are pmaddubsw of the pairs with (2, -5) and
 // (5, -2), in 16-bit lanes; decisions and the correction go back to bytes
 // (16 lines, natural order), where the third line of each group of four
@@ -97,7 +97,7 @@ MOX_INLINE Pairs pairsOf(const __m128i P[8]) {
 
 // Horizontal edge between rows -1 and 0, N (8 or 16) columns.
 template <int N>
-void horEdge(Mox8u* p, int step, int pq, unsigned disabled) {
+MOX_INLINE void horEdge(Mox8u* p, int step, int pq, unsigned disabled) {
     __m128i P[8];
 #pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) P[i] = simd::load<N>(row(p, step, i - 4));
@@ -109,16 +109,18 @@ void horEdge(Mox8u* p, int step, int pq, unsigned disabled) {
 
 // Columns -4..3 of lines `first`..`first` + 7 as byte pairs: each line is
 // four 16-bit words (P1, P2) .. (P7, P8), so a 4 x 8 word transpose of the
-// lines loaded two to a register gives the pairs with no byte shuffle.
-MOX_INLINE Pairs columnPairs(const Mox8u* p, int step, int first) {
-    __m128i r[4];
+// lines gives the pairs with no byte shuffle. Each line is loaded alone
+// (movq) and its words interleaved with the next line's (punpcklwd), which
+// needs no register copy: pairs of lines, then (punpck*dq) words 0 | 1 and
+// 2 | 3 of four lines, then (punpck*qdq) of eight.
+template <int N>
+MOX_INLINE Pairs columnPairs(const RowQuads<Mox8u, N>& rows, int first) {
+    __m128i a[4];
 #pragma GCC unroll 4
-    for (int k = 0; k < 4; ++k) r[k] = simd::load8x2(row(p, step, first + 2 * k) - 4, row(p, step, first + 2 * k + 1) - 4);
-    // Words 0 | 1 and 2 | 3 of lines 0..3, then of lines 4..7.
-    const __m128i u0 = _mm_unpacklo_epi16(r[0], r[1]), v0 = _mm_unpackhi_epi16(r[0], r[1]);
-    const __m128i u1 = _mm_unpacklo_epi16(r[2], r[3]), v1 = _mm_unpackhi_epi16(r[2], r[3]);
-    const __m128i w01a = _mm_unpacklo_epi16(u0, v0), w23a = _mm_unpackhi_epi16(u0, v0);
-    const __m128i w01b = _mm_unpacklo_epi16(u1, v1), w23b = _mm_unpackhi_epi16(u1, v1);
+    for (int k = 0; k < 4; ++k)
+        a[k] = _mm_unpacklo_epi16(simd::load<8>(rows(first + 2 * k) - 4), simd::load<8>(rows(first + 2 * k + 1) - 4));
+    const __m128i w01a = _mm_unpacklo_epi32(a[0], a[1]), w23a = _mm_unpackhi_epi32(a[0], a[1]);
+    const __m128i w01b = _mm_unpacklo_epi32(a[2], a[3]), w23b = _mm_unpackhi_epi32(a[2], a[3]);
     return {_mm_unpacklo_epi64(w01a, w01b), _mm_unpackhi_epi64(w01a, w01b), _mm_unpacklo_epi64(w23a, w23b),
             _mm_unpackhi_epi64(w23a, w23b)};
 }
@@ -132,24 +134,28 @@ MOX_INLINE void storeWord(Mox8u* p, __m128i v) {
 
 // Word k of lo to columns -1, 0 of line k, and for N = 16 word k of hi to line k + 8.
 template <int N, int... K>
-MOX_INLINE void storeEdgeWords(Mox8u* p, int step, __m128i lo, __m128i hi, std::integer_sequence<int, K...>) {
-    (storeWord<K>(row(p, step, K) - 1, lo), ...);
-    if constexpr (N == 16) (storeWord<K>(row(p, step, K + 8) - 1, hi), ...);
+MOX_INLINE void storeEdgeWords(const RowQuads<Mox8u, N / 4>& rows, __m128i lo, __m128i hi,
+                               std::integer_sequence<int, K...>) {
+    (storeWord<K>(rows(K) - 1, lo), ...);
+    if constexpr (N == 16) (storeWord<K>(rows(K + 8) - 1, hi), ...);
 }
 
 // Vertical edge between columns -1 and 0, N (8 or 16) rows.
 template <int N>
-void verEdge(Mox8u* p, int step, int pq, unsigned disabled) {
-    const Pairs lo = columnPairs(p, step, 0);
-    const Pairs hi = N == 16 ? columnPairs(p, step, 8) : lo;
+MOX_INLINE void verEdge(Mox8u* p, int step, int pq, unsigned disabled) {
+    const RowQuads<Mox8u, N / 4> rows(p, step);
+    const Pairs lo = columnPairs(rows, 0);
+    const Pairs hi = N == 16 ? columnPairs(rows, 8) : lo;
     // P4 is the high byte of (P3, P4), P5 the low byte of (P5, P6).
     // Chroma: bytes 8..15 zero, never filtered.
     const __m128i low = _mm_set1_epi16(0xFF), zero = _mm_setzero_si128();
     __m128i p4 = _mm_packus_epi16(_mm_srli_epi16(lo.q34, 8), N == 16 ? _mm_srli_epi16(hi.q34, 8) : zero);
     __m128i p5 = _mm_packus_epi16(_mm_and_si128(lo.q56, low), N == 16 ? _mm_and_si128(hi.q56, low) : zero);
     if (!filter<N>(lo, hi, p4, p5, pq, disabled)) return;
-    // (P4, P5) of lines 0..7, 8..15
-    storeEdgeWords<N>(p, step, _mm_unpacklo_epi8(p4, p5), _mm_unpackhi_epi8(p4, p5), std::make_integer_sequence<int, 8>());
+    // (P4, P5) of lines 0..7, 8..15, each store addressed from the four
+    // bases again rather than through sixteen row pointers kept from the loads.
+    storeEdgeWords<N>(rows.laundered(), _mm_unpacklo_epi8(p4, p5), _mm_unpackhi_epi8(p4, p5),
+                      std::make_integer_sequence<int, 8>());
 }
 
 // PQUANT of the picture, 1..31.

@@ -91,36 +91,32 @@ MOX_INLINE __m128i scale(__m128i c, __m128i q, __m128i half) {
         return _mm_mullo_epi16(c, q);
 }
 
-// 8x8, fully unrolled: two rows at a time loaded, scaled and stored from
-// row pointers stepped by two rows (eight row addresses would take more
-// registers than the caller-saved ones), each pair packed to bytes (a byte
-// is non-zero exactly when its word was). The OR of the four packs gives the
-// columns (even rows in bytes 0..7, odd rows in 8..15), two more packs give
-// one word per row, and one pmovmskb (nonZeroBytes) reads columns (bits
-// 0..7) and rows (bits 8..15). Intra blocks add 0x80 in the byte of row 0:
-// row 0 always counts. In place, the source pointer and step serve both.
-template <bool Intra, bool Nonuniform, bool InPlace = false>
+// 8x8, straight-line: the rows loaded, scaled and stored two at a time
+// (each row address one addressing mode, see RowQuads), each pair packed to
+// bytes (a byte is non-zero exactly when its word was). The OR of the four
+// packs gives the columns (even rows in bytes 0..7, odd rows in 8..15), two
+// more packs give one word per row, and one pmovmskb (nonZeroBytes) reads
+// columns (bits 0..7) and rows (bits 8..15).
+// Intra blocks store the source row with lanes 1..7 blended in from the
+// scaled one, which keeps the scaled DC for the extent without a register
+// copy, and add 0x80 in the byte of row 0: row 0 always counts.
+template <bool Intra, bool Nonuniform>
 MOX_INLINE void quantInv8x8(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
-                                      MoxiSize* pDstSizeNZ) {
-    const char* s = reinterpret_cast<const char*>(pSrc);
-    char* d = reinterpret_cast<char*>(pDst);
-    const std::ptrdiff_t ss = srcStep, ds = dstStep;
+                            MoxiSize* pDstSizeNZ) {
+    const RowQuads<const Mox16s, 2> src(pSrc, srcStep);
+    const RowQuads<Mox16s, 2> dst(pDst, dstStep);
     const __m128i q = _mm_set1_epi16(static_cast<int16_t>(quant));
     const __m128i half = _mm_set1_epi16(static_cast<int16_t>(quant >> 1));
     __m128i pk[4];
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i) {
-        if (i > 0) {
-            s += 2 * ss;
-            d = InPlace ? const_cast<char*>(s) : d + 2 * ds;
-        }
-        const __m128i c0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
-        const __m128i c1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + ss));
+        const __m128i c0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src(2 * i)));
+        const __m128i c1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src(2 * i + 1)));
         const __m128i v0 = scale<Nonuniform>(c0, q, half), v1 = scale<Nonuniform>(c1, q, half);
+        const __m128i out0 = Intra && i == 0 ? _mm_blend_epi16(c0, v0, 0xFE) : v0;
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst(2 * i)), out0);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst(2 * i + 1)), v1);
         pk[i] = _mm_packs_epi16(v0, v1);
-        // The extent judges the scaled DC; the stored DC is the source's.
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), Intra && i == 0 ? _mm_blend_epi16(v0, c0, 1) : v0);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + (InPlace ? ss : ds)), v1);
     }
     const __m128i cols = _mm_or_si128(_mm_or_si128(pk[0], pk[1]), _mm_or_si128(pk[2], pk[3]));
     const __m128i rows = _mm_packs_epi16(_mm_packs_epi16(pk[0], pk[1]), _mm_packs_epi16(pk[2], pk[3]));
@@ -179,13 +175,13 @@ constexpr InvKernel kInterSmall[3] = {quantInvInter<4, 4, Nonuniform>, quantInvI
 
 // The size checks after the pointer checks (both sides 4 or 8: each minus 4
 // is 0 or 4, and 8x8 is where both are 4), then the kernel.
-template <bool Nonuniform, bool InPlace = false>
+template <bool Nonuniform>
 MOX_INLINE MoxStatus runInterInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
                                            MoxiSize roi, MoxiSize* pDstSizeNZ) {
     const uint32_t w = static_cast<uint32_t>(roi.width) - 4, h = static_cast<uint32_t>(roi.height) - 4;
     MOX_CHECK(((w | h) & ~4u) == 0, moxStsSizeErr);
     if (!(w & h)) return kInterSmall<Nonuniform>[(w | h >> 1) >> 1](pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
-    quantInv8x8<false, Nonuniform, InPlace>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+    quantInv8x8<false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
     return moxStsNoErr;
 }
 
@@ -269,14 +265,14 @@ MOX_FN moxiQuantInvIntraNonuniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcSte
 MOX_FN moxiQuantInvIntraUniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant,
                                              MoxiSize* pDstSizeNZ) {
     MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
-    quantInv8x8<true, false, true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
+    quantInv8x8<true, false>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
     return moxStsNoErr;
 }
 
 MOX_FN moxiQuantInvIntraNonuniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant,
                                                 MoxiSize* pDstSizeNZ) {
     MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
-    quantInv8x8<true, true, true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
+    quantInv8x8<true, true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, pDstSizeNZ);
     return moxStsNoErr;
 }
 
@@ -296,13 +292,13 @@ MOX_FN moxiQuantInvInterNonuniform_VC1_16s_C1R(const Mox16s* pSrc, Mox32s srcSte
 MOX_FN moxiQuantInvInterUniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize roiSize,
                                              MoxiSize* pDstSizeNZ) {
     MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
-    return runInterInv<false, true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, roiSize, pDstSizeNZ);
+    return runInterInv<false>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, roiSize, pDstSizeNZ);
 }
 
 MOX_FN moxiQuantInvInterNonuniform_VC1_16s_C1IR(Mox16s* pSrcDst, Mox32s srcDstStep, Mox32s quant, MoxiSize roiSize,
                                                 MoxiSize* pDstSizeNZ) {
     MOX_CHECK_PTRS(pSrcDst, pDstSizeNZ);
-    return runInterInv<true, true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, roiSize, pDstSizeNZ);
+    return runInterInv<true>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, quant, roiSize, pDstSizeNZ);
 }
 
 // ---------------------------------------------------------------- forward
