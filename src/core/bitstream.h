@@ -214,7 +214,7 @@ public:
         skip(n);
         return v;
     }
-    // Loads the next K (2 or 3) bytes with one read, for the fixed-length
+    // Loads the next K (1 to 3) bytes with one read, for the fixed-length
     // fields of an escape. The caller must know that the stream holds bits
     // into the byte before the last of them, so that the last stays within
     // the cursor rule's byte of look-ahead; at most 64 - 8 K bits may be
@@ -222,8 +222,11 @@ public:
     // loaded, so never before the cursor's byte).
     template <int K>
     void loadBytes() {
-        static_assert(K == 2 || K == 3, "two or three bytes");
-        if constexpr (K == 2) {
+        static_assert(K >= 1 && K <= 3, "one to three bytes");
+        if constexpr (K == 1) {
+            loadByte();
+            return;
+        } else if constexpr (K == 2) {
             uint16_t w;
             std::memcpy(&w, next_, 2);
             acc_ |= static_cast<uint64_t>(__builtin_bswap16(w)) << (48 - have_);
@@ -258,8 +261,9 @@ private:
 // 64-bit accumulator holding the bits before the cursor right-aligned (the
 // nearest one lowest). A read of n bits loads, a byte at a time toward the
 // start, only the bytes that hold those n bits, so the reader never looks
-// further back than its reads reach. Copies are cheap: a decoder keeps one
-// as a mark to step back to.
+// further back than its reads reach; only loadBytes3 loads bytes ahead of a
+// read, for a caller that knows the stream's bits reach that far. Copies are
+// cheap: a decoder keeps one as a mark to step back to.
 class ByteBackReader {
 public:
     // Takes the used bits of the cursor's byte (none when offset is 0: that
@@ -285,22 +289,54 @@ public:
         have_ -= n;
         return v;
     }
+
+    // The decoders' form: fillShort(n) for n up to 16 while at least n - 16
+    // bits are held (two loads at most), then bits() and skip() on what is held.
+    void fillShort(int n) {
+        if (have_ < n) {
+            loadByte();
+            if (have_ < n) loadByte();
+        }
+    }
+    int available() const { return have_; }
+    // The n (1..32) held bits just before the cursor.
+    uint32_t bits(int n) const { return static_cast<uint32_t>(acc_ & ((uint64_t{1} << n) - 1)); }
+    // Moves back over n held bits.
+    void skip(int n) {
+        acc_ >>= n;
+        have_ -= n;
+    }
+    // Loads the three bytes before those held with one read, for the fields
+    // of an escape. The read takes the byte after them too, which holds
+    // held bits (at least one must be held), so it never passes the cursor's
+    // byte; the caller must know that the stream's bits reach into the middle
+    // one of the three, so that the farthest is at most the byte before them.
+    // At most 40 bits may be held.
+    void loadBytes3() {
+        uint32_t w;
+        std::memcpy(&w, next_ - 2, 4);
+        acc_ |= static_cast<uint64_t>(__builtin_bswap32(w) >> 8) << have_;
+        next_ -= 3;
+        have_ += 24;
+    }
+
     void commit(Mox8u** ppBitStream, int* pBitOffset) const {
         *ppBitStream = const_cast<Mox8u*>(next_ + 1 + (have_ >> 3));
         *pBitOffset = have_ & 7;
     }
 
 private:
+    void loadByte() {
+        acc_ |= static_cast<uint64_t>(*next_--) << have_;
+        have_ += 8;
+    }
     void fill(int n) {
-        while (have_ < n) {
-            acc_ |= static_cast<uint64_t>(*next_--) << have_;
-            have_ += 8;
-        }
+        while (have_ < n) loadByte();
     }
 
     const Mox8u* next_;  // the next byte to load (toward the start)
     uint64_t acc_;       // the have_ bits before the cursor, the nearest lowest; zero above them
-    int have_;           // 0..39
+    int have_;           // 0..64
 };
 
 class ByteWriter {

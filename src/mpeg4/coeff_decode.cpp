@@ -36,9 +36,14 @@ namespace {
 
 int clampCoef(int v) { return std::min(2047, std::max(-2048, v)); }
 
+// One decoded event: step = run + 1, plus kLastStep when last = 1.
 struct Event {
-    int last, run, level;
+    int step, level;
 };
+// The step of a table entry; that of an escape's LAST and RUN fields, which
+// the streams place side by side (LAST above the 6 RUN bits) is those 7 bits + 1.
+constexpr int stepOf(const TcoefEntry& e) { return e.run + 1 + (e.last ? mox::mpeg4::kLastStep : 0); }
+constexpr int stepOf(uint32_t lastAndRun) { return static_cast<int>(lastAndRun & 127) + 1; }
 
 // ------------------------------------------------------------ code look-ups
 inline bool lookupTcoef(BufferedByteReader& acc, const TcoefDecodeTable& t, TcoefEntry& e) {
@@ -75,7 +80,7 @@ inline Event takeCode(BufferedByteReader& acc, const TcoefEntry& e) {
     acc.fill(e.len + 1);
     int negative = static_cast<int>(acc.bit(e.len));
     acc.skip(e.len + 1);
-    return Event{e.last, e.run, negative ? -e.level : e.level};
+    return Event{stepOf(e), negative ? -e.level : e.level};
 }
 
 // ------------------------------------------------------------ escapes
@@ -96,7 +101,7 @@ struct Mpeg4Escape {
             ev = takeCode(acc, e);
             int sign = ev.level < 0 ? -1 : 1;
             if (mode >> 1)
-                ev.run += limits.maxRunPlus1[e.last][e.level];
+                ev.step += limits.maxRunPlus1[e.last][e.level];
             else
                 ev.level += sign * limits.maxLevel[e.last][e.run];
             return true;
@@ -109,33 +114,37 @@ struct Mpeg4Escape {
         acc.skip(21);
         int level = static_cast<int>((v >> 1) & 0xFFF);
         if (!(v >> 13 & 1) || !(v & 1) || level == 0x800) return false;
-        ev = Event{static_cast<int>(v >> 20), static_cast<int>(v >> 14 & 63), level >= 0x800 ? level - 0x1000 : level};
+        ev = Event{stepOf(v >> 14), level >= 0x800 ? level - 0x1000 : level};
         return true;
     }
 };
 
 // H.263 5.4.2: escape, LAST, RUN (6), LEVEL (8, two's complement, 0 and -128
-// forbidden); Annex T: LEVEL -128 announces an 11-bit EXTENDED-LEVEL whose
-// first 5 bits are the low part and the next 6 the signed high part.
+// forbidden); Annex T (ModQ): LEVEL -128 announces an 11-bit EXTENDED-LEVEL
+// whose first 5 bits are the low part and the next 6 the signed high part.
+template <bool ModQ>
 struct H263Escape {
-    bool modQ;
-
     __attribute__((always_inline)) bool operator()(BufferedByteReader& acc, Event& ev) const {
         // A valid escape holds the 15 field bits: two bytes at once stay
         // within the byte of look-ahead (at most 10 bits are held here).
         acc.skip(7);
         acc.loadBytes<2>();
         uint32_t v = acc.peek(15);
-        acc.skip(15);
         int level = static_cast<int8_t>(v & 0xFF);
         if (level == -128) {
-            if (!modQ) return false;
-            uint32_t x = acc.read(11);
+            if constexpr (!ModQ) return false;
+            // The 26 bits with EXTENDED-LEVEL: 19 to 26 are held, so the byte
+            // after them is at most the one after the field's last bit.
+            acc.loadBytes<1>();
+            uint32_t x = acc.peek(26) & 0x7FF;
             level = (static_cast<int>(x & 63) ^ 32) - 32;
             level = level * 32 + static_cast<int>(x >> 6);
+            acc.skip(26);
+        } else {
+            acc.skip(15);
         }
         if (level == 0) return false;
-        ev = Event{static_cast<int>(v >> 14), static_cast<int>(v >> 8 & 63), level};
+        ev = Event{stepOf(v >> 8), level};
         return true;
     }
 };
@@ -145,7 +154,7 @@ struct H263Escape {
 inline __attribute__((always_inline)) bool rvlcEscapeFields(uint32_t v, Event& ev) {
     int level = static_cast<int>(v >> 6 & 0x7FF);
     if (!(v >> 25 & 1) || !(v >> 17 & 1) || !(v >> 5 & 1) || (v >> 1 & 15) || level == 0) return false;
-    ev = Event{static_cast<int>(v >> 24 & 1), static_cast<int>(v >> 18 & 63), v & 1 ? -level : level};
+    ev = Event{stepOf(v >> 18), v & 1 ? -level : level};
     return true;
 }
 
@@ -211,7 +220,7 @@ MoxStatus decodeBlock(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* 
             if (!r.ok) break;
             acc = r.acc;
             level = r.ev.level;
-            step = r.ev.run + 1 + (r.ev.last ? kLastStep : 0);
+            step = r.ev.step;
         }
         pos += step;
         if (pos > 63) {  // the last code, or a run past coefficient 63
@@ -300,85 +309,139 @@ MoxStatus decodeMpeg4(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* 
                        intra ? mox::mpeg4::fastB16 : mox::mpeg4::fastB17, TcoefLookup{t}, Mpeg4Escape{t, limits}, store);
 }
 
-template <class Store>
+template <bool ModQ, class Store>
 MoxStatus decodeH263(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, bool advIntra,
-                     bool modQ, int start, const uint8_t* scan, Store store) {
+                     int start, const uint8_t* scan, Store store) {
     return decodeBlock(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, start, scan,
                        advIntra ? mox::mpeg4::fastI2 : mox::mpeg4::fastB17,
-                       TcoefLookup{advIntra ? mox::mpeg4::tableI2 : mox::mpeg4::tableB17}, H263Escape{modQ}, store);
+                       TcoefLookup{advIntra ? mox::mpeg4::tableI2 : mox::mpeg4::tableB17}, H263Escape<ModQ>{}, store);
 }
 
 // The H.263 kernels: ordinary or Annex T escape, levels as decoded or
 // inverse-quantised (6.2.1, or Annex I.3 for advanced intra coding).
 MoxStatus ownDecodeCoeffs_H263(Mox8u** pp, int* off, Mox16s* c, int* last, bool advIntra, int start, const uint8_t* scan) {
-    return decodeH263(pp, off, c, last, advIntra, false, start, scan, AsDecoded{});
+    return decodeH263<false>(pp, off, c, last, advIntra, start, scan, AsDecoded{});
 }
 MoxStatus ownDecodeCoeffs_ModQ_H263(Mox8u** pp, int* off, Mox16s* c, int* last, bool advIntra, int start,
                                     const uint8_t* scan) {
-    return decodeH263(pp, off, c, last, advIntra, true, start, scan, AsDecoded{});
+    return decodeH263<true>(pp, off, c, last, advIntra, start, scan, AsDecoded{});
 }
 MoxStatus ownReconCoeffs_H263(Mox8u** pp, int* off, Mox16s* c, int* last, int qp, int start) {
-    return decodeH263(pp, off, c, last, false, false, start, mox::mpeg4::ownvc_Zigzag, DequantH263{qp});
+    return decodeH263<false>(pp, off, c, last, false, start, mox::mpeg4::ownvc_Zigzag, DequantH263{qp});
 }
 MoxStatus ownReconCoeffs_ModQ_H263(Mox8u** pp, int* off, Mox16s* c, int* last, int qp, int start) {
-    return decodeH263(pp, off, c, last, false, true, start, mox::mpeg4::ownvc_Zigzag, DequantH263{qp});
+    return decodeH263<true>(pp, off, c, last, false, start, mox::mpeg4::ownvc_Zigzag, DequantH263{qp});
 }
 MoxStatus ownReconCoeffs_AdvIntra_H263(Mox8u** pp, int* off, Mox16s* c, int* last, int qp, const uint8_t* scan) {
-    return decodeH263(pp, off, c, last, true, false, -1, scan, DequantAdvIntra{qp});
+    return decodeH263<false>(pp, off, c, last, true, -1, scan, DequantAdvIntra{qp});
 }
 MoxStatus ownReconCoeffs_AdvIntra_ModQ_H263(Mox8u** pp, int* off, Mox16s* c, int* last, int qp, const uint8_t* scan) {
-    return decodeH263(pp, off, c, last, true, true, -1, scan, DequantAdvIntra{qp});
+    return decodeH263<true>(pp, off, c, last, true, -1, scan, DequantAdvIntra{qp});
 }
 
 // ------------------------------------------------------------ reversible VLC, backward
+// One code read backward off the fast table's path: the escape (named by the
+// fast table) or a code of 10 to 15 bits and its sign. Gives the step (run +
+// 1, plus kLastStep when last = 1) and the signed level; false: no code.
+//
+// At least kFastBits bits are held. A code longer than 9 bits proves 11 bits,
+// so the sub-table's 16 stay within the byte allowed before the stream's
+// bits; an escape proves its 30 bits, so three more bytes after its last 5 do.
+inline __attribute__((always_inline)) bool slowBackward(ByteBackReader& rd, const RvlcTable& t, bool escape,
+                                                        int& step, int& level) {
+    const bool negative = rd.bits(1);
+    if (escape) {
+        // ISO/IEC 14496-2 Table B-23 escape: 0000 (looked up), 1, LAST, RUN
+        // (6), marker, LEVEL (11, magnitude, not 0), marker, 0000, sign. Read
+        // backward in one number after the sign and 0000: 00001, LAST, RUN,
+        // marker, LEVEL, marker, the last one lowest.
+        rd.skip(5);
+        rd.loadBytes3();
+        const uint32_t f = rd.bits(25);
+        rd.skip(25);
+        const int magnitude = static_cast<int>(f >> 1 & 0x7FF);
+        if ((f & 0x1F01001u) != 0x0101001u || magnitude == 0) return false;
+        step = stepOf(f >> 13);
+        level = negative ? -magnitude : magnitude;
+        return true;
+    }
+    TcoefEntry e = t.first[rd.bits(9) >> 1];
+    if (e.level == kSubTableLevel) {
+        rd.fillShort(16);
+        e = t.sub[e.run][rd.bits(16) >> 9];
+    }
+    if (!e.len) return false;
+    rd.skip(e.len + 1);
+    step = stepOf(e);
+    level = negative ? -e.level : e.level;
+    return true;
+}
+
 // Reads the block's codes from its end: the first code met must have last = 1;
 // reading stops before the next code with last = 1 (the preceding block's last
-// code), leaving the cursor at the block's first bit. The events are then
-// placed from `start` + 1 upward in stream order.
+// code), leaving the cursor at the block's first bit.
+//
+// Every code is at least 4 bits with its sign and the preceding block's last
+// code at least 5, so the fast table's 10 bits never reach further than one
+// byte before that code. Each level is kept with its slot, counted down from
+// 63 by the runs; once the first code is known the slots less the shift that
+// puts it after `start` are the positions.
 MoxStatus decodeRvlcBackward(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef, int* pIndxLastNonZero, int start,
-                             const RvlcTable& t) {
+                             const FastCode* fast, const RvlcTable& t) {
+    using mox::mpeg4::kLastStep;
     ByteBackReader rd(*ppBitStream, *pBitOffset);
-    Event events[64];
-    int count = 0;
-    int room = 63 - start;  // positions after the start index
-    *pIndxLastNonZero = start;
-    for (;;) {
+    // The code before the cursor as step and level. 1: read; 2: a code with
+    // last = 1 left unread (after the first); 0: no code.
+    auto next = [&rd, fast, &t](bool first, int& step, int& level) __attribute__((always_inline)) {
+        rd.fillShort(mox::mpeg4::kFastBits);
+        const FastCode f = fast[rd.bits(mox::mpeg4::kFastBits)];
+        if (__builtin_expect(f.len != 0, 1)) {
+            step = f.step;
+            level = f.level;
+            if (!first && step > kLastStep) return 2;
+            rd.skip(f.len);
+            return 1;
+        }
         const ByteBackReader mark = rd;
-        // The sign bit and the code before it, looked up with one peek.
-        const uint32_t x = rd.peek(9);
-        const int negative = static_cast<int>(x & 1);
-        TcoefEntry e = t.first[x >> 1];
-        if (e.level == kSubTableLevel) e = t.sub[e.run][rd.peek(16) >> 9];
-        if (!e.len) return moxStsVLCErr;
-        rd.back(e.len + 1);
-        Event ev;
-        if (e.level == kEscapeLevel) {
-            // Backward, in one read: 00001, LAST, RUN, marker, LEVEL, marker
-            // as one number, the forward fields after the 1 placed as
-            // rvlcEscapeFields reads them.
-            const uint32_t f = rd.read(25);
-            const uint32_t v = 1u << 25 | (f & 0xFFFFFu) << 5 | static_cast<uint32_t>(negative);
-            if (f >> 20 != 1 || !rvlcEscapeFields(v, ev)) return moxStsVLCErr;
-        } else {
-            ev = Event{e.last, e.run, negative ? -e.level : e.level};
-        }
-        if (count > 0 && ev.last) {
+        if (!slowBackward(rd, t, f.step == mox::mpeg4::kEscapeStep, step, level)) return 0;
+        if (!first && step > kLastStep) {
             rd = mark;
-            break;
+            return 2;
         }
-        if (count == 0 && !ev.last) return moxStsVLCErr;
-        room -= ev.run + 1;
-        if (room < 0) return moxStsVLCErr;
-        events[count++] = ev;
+        return 1;
+    };
+    struct Placed {
+        int16_t level, slot;
+    } placed[64];
+    int step, level;
+    if (next(true, step, level) != 1 || step <= kLastStep || 63 + kLastStep - step < start) goto fail;
+    {
+        placed[0] = Placed{static_cast<int16_t>(level), 63};
+        // The next level's slot; it may not step below `start` (a run past
+        // coefficient 63), so at most 64 levels are kept.
+        int slot = 63 + kLastStep - step;
+        int count = 1;
+        for (;;) {
+            const int got = next(false, step, level);
+            if (got != 1) {
+                if (!got) goto fail;
+                break;
+            }
+            if (slot - step < start) goto fail;
+            placed[count++] = Placed{static_cast<int16_t>(level), static_cast<int16_t>(slot)};
+            slot -= step;
+        }
+        const int shift = slot - start;  // slot s holds coefficient s - shift
+        clearBlock(pCoef, start == 0);
+        for (int i = 0; i < count; ++i) pCoef[placed[i].slot - shift] = placed[i].level;
+        *pIndxLastNonZero = 63 - shift;
+        rd.commit(ppBitStream, pBitOffset);
+        return moxStsNoErr;
     }
-    int pos = start;
-    for (int i = count - 1; i >= 0; --i) {
-        pos += events[i].run + 1;
-        pCoef[pos] = static_cast<Mox16s>(events[i].level);
-    }
-    *pIndxLastNonZero = pos;
-    rd.commit(ppBitStream, pBitOffset);
-    return moxStsNoErr;
+fail:
+    clearBlock(pCoef, start == 0);
+    *pIndxLastNonZero = start;
+    return moxStsVLCErr;
 }
 
 // ------------------------------------------------------------ H.261
@@ -484,17 +547,16 @@ MOX_FN moxiDecodeCoeffsIntraRVLCBack_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitO
                                                  int* pIndxLastNonZero, int dcPresent) {
     MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
     MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
-    clearBlock(pCoef, dcPresent != 0);
     return decodeRvlcBackward(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, dcPresent ? 0 : -1,
-                              mox::mpeg4::tableB23_Back_Intra);
+                              mox::mpeg4::fastB23BackIntra, mox::mpeg4::tableB23_Back_Intra);
 }
 
 MOX_FN moxiDecodeCoeffsInterRVLCBack_MPEG4_1u16s(Mox8u** ppBitStream, int* pBitOffset, Mox16s* pCoef,
                                                  int* pIndxLastNonZero) {
     MOX_CHECK_PTRS(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero);
     MPEG4_CHECK_CURSOR(ppBitStream, pBitOffset);
-    clearBlock(pCoef, false);
-    return decodeRvlcBackward(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, -1, mox::mpeg4::tableB23_Back_Inter);
+    return decodeRvlcBackward(ppBitStream, pBitOffset, pCoef, pIndxLastNonZero, -1, mox::mpeg4::fastB23BackInter,
+                              mox::mpeg4::tableB23_Back_Inter);
 }
 
 // ISO/IEC 14496-2 6.3.8: dct_dc_size (Table B-13 or B-14), dct_dc_differential,

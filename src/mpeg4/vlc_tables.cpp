@@ -138,12 +138,16 @@ struct Fast {
     FastTable e;
 };
 
-constexpr Fast buildFast(Rows rows, const char* escape, bool h261 = false) {
+// A backward table (reversible codes read from a block's end) is indexed by
+// the kFastBits bits before the cursor as a number: the sign bit lowest, the
+// code above it, the bits of earlier codes above that; its escape entries
+// take the sign bit after the code too.
+constexpr Fast buildFast(Rows rows, const char* escape, bool h261 = false, bool backward = false) {
     Fast f{};
-    auto put = [&f](Bits b, FastCode c) {
+    auto put = [&f, backward](Bits b, FastCode c) {
         for (unsigned v = 0; v < (1u << (kFastBits - b.len)); ++v) {
-            FastCode& slot = f.e[b.value << (kFastBits - b.len) | v];
-            if (slot.len) throw "overlapping codes";
+            FastCode& slot = f.e[backward ? (v << b.len | b.value) : (b.value << (kFastBits - b.len) | v)];
+            if (slot.len || slot.step) throw "overlapping codes";
             slot = c;
         }
     };
@@ -158,11 +162,10 @@ constexpr Fast buildFast(Rows rows, const char* escape, bool h261 = false) {
     if (h261) put(parse("10"), FastCode{2, kLastStep, 0, 0});  // end of block
     if (escape) {
         Bits b = parse(escape);
-        for (unsigned v = 0; v < (1u << (kFastBits - b.len)); ++v) {
-            FastCode& slot = f.e[b.value << (kFastBits - b.len) | v];
-            if (slot.len) throw "overlapping codes";
-            slot = FastCode{0, kEscapeStep, 0, 0};
-        }
+        if (backward)
+            for (unsigned sign = 0; sign < 2; ++sign) put(Bits{b.value << 1 | sign, b.len + 1}, FastCode{0, kEscapeStep, 0, 0});
+        else
+            put(b, FastCode{0, kEscapeStep, 0, 0});
     }
     return f;
 }
@@ -246,6 +249,14 @@ const FastTable& fastB17 = kFastB17.e;
 const FastTable& fastI2 = kFastI2.e;
 const FastTable& fastB23Intra = kFastB23Intra.e;
 const FastTable& fastB23Inter = kFastB23Inter.e;
+constexpr Fast kFastB23BackIntra = buildFast(Rows(kTableB23Intra, kTableB23Last), "0000", false, true);
+constexpr Fast kFastB23BackInter = buildFast(Rows(kTableB23Inter, kTableB23Last), "0000", false, true);
+const FastTable& fastB23BackIntra = kFastB23BackIntra.e;
+const FastTable& fastB23BackInter = kFastB23BackInter.e;
+// Read backward, "1011 0" (1 0 +1) is 10110 before the cursor, "110 1" (0 0 -1) 1101.
+static_assert(kFastB23BackInter.e[0x016].step == kLastStep + 1 && kFastB23BackInter.e[0x016].len == 5 &&
+              kFastB23BackInter.e[0x3F6].level == 1 && kFastB23BackIntra.e[0x00D].level == -1 &&
+              kFastB23BackIntra.e[0x00D].len == 4 && kFastB23BackIntra.e[0x201].step == kEscapeStep);
 const FastTable& fastH261 = kFastH261.e;
 // B-17: "10s" is 0 0 +-1, "0111s" 1 0 1; "0000 0000 11" is no code that fits.
 static_assert(kFastB17.e[0x200].level == 1 && kFastB17.e[0x200].len == 3 && kFastB17.e[0x280].level == -1 &&

@@ -304,6 +304,9 @@ inline const auto& tableB16_8 = tableB16.t8;
 inline const auto& tableB16_128_2 = tableB16.t128_2;
 inline const auto& tableB16_512_5 = tableB16.t512_5;
 extern const FastTable &fastB16, &fastB17, &fastI2, &fastB23Intra, &fastB23Inter, &fastH261;
+// Table B-23 read backward, indexed by the kFastBits bits before the cursor
+// (the sign bit lowest); escape entries take the sign bit too.
+extern const FastTable &fastB23BackIntra, &fastB23BackInter;
 extern const TcoefEncodeTable encB16, encB17, encI2, encB23Intra, encB23Inter;
 // MPEG-4 escape limits (Tables B-19 to B-22): LMAX by [last][run], RMAX + 1 by [last][level].
 inline const auto& LMAX_Intra = encB16.maxLevel;

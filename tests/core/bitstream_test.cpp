@@ -167,9 +167,10 @@ TEST(ByteCursor, ReadsMatchTheBitModelAndStayWithinOneByteAhead) {
     }
 }
 
-// The backward reader: reads, peeks and steps back of up to 32 bits toward
-// the start of a stream held in exactly its bytes (the sanitizer build
-// reports a look behind the bits read), marks kept as copies.
+// The backward reader: reads, peeks and steps back of up to 32 bits, and the
+// decoders' short fills and three-byte loads, toward the start of a stream
+// held in exactly its bytes (the sanitizer build reports a look behind the
+// bits read), marks kept as copies.
 TEST(ByteCursor, BackReaderMatchesTheBitModel) {
     Rng r(12);
     std::vector<Mox8u> bytes(200);
@@ -182,14 +183,30 @@ TEST(ByteCursor, BackReaderMatchesTheBitModel) {
         const long long startPos = pos;
         while (pos > 0) {
             const int n = static_cast<int>(std::min<long long>(r.uniform(1, 32), pos));
-            ASSERT_EQ(rd.peek(n), byteBits(b, pos - n, n));
-            const int m = r.uniform(0, n);
-            if (r.coin()) {
-                rd.back(m);
-            } else if (m > 0) {
-                ASSERT_EQ(rd.read(m), byteBits(b, pos - m, m));
+            const int held = rd.available();
+            if (r.uniform(0, 3) == 0 && held >= 1 && held <= 40 && pos - held >= 24) {
+                // An escape's three bytes at once: the farthest lies in the stream.
+                rd.loadBytes3();
+                ASSERT_EQ(rd.available(), held + 24);
             }
-            pos -= m;
+            if (n <= 16 && r.coin()) {
+                // The decoders' form: fillShort, then bits and skip on what is held.
+                rd.fillShort(n);
+                ASSERT_GE(rd.available(), n);
+                ASSERT_EQ(rd.bits(n), byteBits(b, pos - n, n));
+                const int m = r.uniform(0, n);
+                rd.skip(m);
+                pos -= m;
+            } else {
+                ASSERT_EQ(rd.peek(n), byteBits(b, pos - n, n));
+                const int m = r.uniform(0, n);
+                if (r.coin()) {
+                    rd.back(m);
+                } else if (m > 0) {
+                    ASSERT_EQ(rd.read(m), byteBits(b, pos - m, m));
+                }
+                pos -= m;
+            }
             Mox8u* p = nullptr;
             int off = -1;
             rd.commit(&p, &off);

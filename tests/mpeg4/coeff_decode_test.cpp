@@ -121,18 +121,20 @@ TEST(Mpeg4Decode, ReversibleForward) {
 
 // Decodes backward from the end of `bits` (written after `offset` lead bits and
 // one more byte: the decoders may read one byte before the preceding block's
-// last code).
+// last code, and an unreadable page comes before that byte).
 Decoded decodeBackward(const BitString& bits, int offset, bool intra, int dcPresent) {
-    std::vector<Mox8u> buf = bits.bytes(offset + 8);
+    std::vector<Mox8u> bytes = bits.bytes(offset + 8);
+    GuardPage mem(bytes.size(), GuardPage::kAfterPage);
+    std::copy(bytes.begin(), bytes.end(), mem.data());
     Decoded d;
     for (Mox16s& c : d.coef) c = 0x5555;
     d.coef[0] = 0x3333;
     long long end = offset + 8 + bits.size();
-    Mox8u* p = buf.data() + end / 8;
+    Mox8u* p = mem.data() + end / 8;
     int off = static_cast<int>(end % 8);
     d.status = intra ? moxiDecodeCoeffsIntraRVLCBack_MPEG4_1u16s(&p, &off, d.coef, &d.last, dcPresent)
                      : moxiDecodeCoeffsInterRVLCBack_MPEG4_1u16s(&p, &off, d.coef, &d.last);
-    d.consumed = end - bitPos(buf.data(), p, off);
+    d.consumed = end - bitPos(mem.data(), p, off);
     return d;
 }
 
@@ -167,6 +169,16 @@ TEST(Mpeg4Decode, ReversibleBackward) {
     d = decodeBackward("1011 1  0001 1", 3, false, 0);
     EXPECT_EQ(d.status, moxStsVLCErr);
     EXPECT_EQ(d.consumed, 0);
+    // 64 coefficients fill an inter block; a 65th runs past coefficient 63.
+    for (int n : {63, 64}) {
+        BitString many = "1011 0";
+        for (int i = 0; i < n; ++i) many.add("110 0");
+        d = decodeBackward(many.add("1011 1"), 5, false, 0);
+        EXPECT_EQ(d.status, n == 63 ? moxStsNoErr : moxStsVLCErr);
+        EXPECT_EQ(d.consumed, n == 63 ? many.size() - 5 : 0);
+        EXPECT_EQ(d.last, n == 63 ? 63 : -1);
+        EXPECT_EQ(d.coef[63], n == 63 ? -1 : 0);
+    }
     // Corrupt escape read backward: the level is 0.
     d = decodeBackward("1011 0  00001 1 000010 1 00000000000 1 0000 0", 2, true, 0);
     EXPECT_EQ(d.status, moxStsVLCErr);

@@ -184,6 +184,20 @@ TEST(Mpeg4RoundTrip, RandomBlocksEveryFamilyScanAndEscape) {
     }
 }
 
+// Bits of a block's last code: that event alone, as the first of a block.
+int lastCodeBits(const std::vector<Mox16s>& b, const Family& f) {
+    int last = lastPosition(b, f), before = f.start;
+    for (int pos = f.start + 1; pos < last; ++pos)
+        if (b[f.scan[pos]]) before = pos;
+    std::vector<Mox16s> one(64, 0);
+    one[f.scan[f.start + last - before]] = b[f.scan[last]];
+    Mox8u buf[16] = {};
+    Mox8u* p = buf;
+    int off = 0;
+    EXPECT_EQ(f.encode(&p, &off, one.data()), moxStsNoErr);
+    return static_cast<int>(bitPos(buf, p, off));
+}
+
 TEST(Mpeg4RoundTrip, ReversibleBlocksReadBackward) {
     Rng r(42);
     for (int intra = 0; intra < 2; ++intra) {
@@ -200,23 +214,27 @@ TEST(Mpeg4RoundTrip, ReversibleBlocksReadBackward) {
                      dc ? 0 : -1, scanFor(3, intra), 2047, -2047};
             for (int trial = 0; trial < 30; ++trial) {
                 Written w = writeBlocks(r, f, 12);
-                // One byte before the first block: reading past a block's start may load it.
-                std::vector<Mox8u> bytes = {0xFF};
-                bytes.insert(bytes.end(), w.bytes.begin(), w.bytes.end());
-                bytes.push_back(0);
-                for (long long& e : w.ends) e += 8;
-                w.offset += 8;
-                // Backward from the end: each call stops after the previous block's last code.
-                long long start = w.offset;
-                std::vector<long long> starts = {start};
-                for (size_t i = 0; i + 1 < w.ends.size(); ++i) starts.push_back(w.ends[i]);
-                Mox8u* p = bytes.data() + w.ends.back() / 8;
-                int off = static_cast<int>(w.ends.back() % 8);
+                // Each call reads back from a block's end to the previous block's
+                // last code and may load one byte before that code, no further:
+                // an unreadable page comes before that byte.
                 for (size_t i = w.blocks.size() - 1; i >= 1; --i) {
                     const std::vector<Mox16s>& want = w.blocks[i];
                     int last = lastPosition(want, f);
                     if (last == f.start) continue;
                     // The block is preceded by the last non-empty block before it.
+                    size_t k = i - 1;
+                    while (k > 0 && lastPosition(w.blocks[k], f) == f.start) --k;
+                    long long lastCode = w.ends[k] - lastCodeBits(w.blocks[k], f);
+                    ASSERT_GE(lastCode, w.offset) << "block " << i;
+                    long long from = lastCode / 8 - 1;  // the byte the decoder may load before that code
+                    std::vector<Mox8u> bytes(w.bytes.begin() + std::max(from, 0LL), w.bytes.end());
+                    if (from < 0) bytes.insert(bytes.begin(), 0xFF);
+                    bytes.push_back(0);
+                    GuardPage mem(bytes.size(), GuardPage::kAfterPage);
+                    std::copy(bytes.begin(), bytes.end(), mem.data());
+                    long long end = w.ends[i] - from * 8;
+                    Mox8u* p = mem.data() + end / 8;
+                    int off = static_cast<int>(end % 8);
                     Mox16s got[64];
                     std::fill(got, got + 64, 0x4444);
                     got[0] = want[0];
@@ -224,7 +242,7 @@ TEST(Mpeg4RoundTrip, ReversibleBlocksReadBackward) {
                     ASSERT_EQ(f.decode(&p, &off, got, &lastGot), moxStsNoErr) << "block " << i;
                     EXPECT_EQ(std::vector<Mox16s>(got, got + 64), want) << "block " << i;
                     EXPECT_EQ(lastGot, last);
-                    ASSERT_EQ(bitPos(bytes.data(), p, off), starts[i]) << "block " << i;
+                    ASSERT_EQ(bitPos(mem.data(), p, off), w.ends[i - 1] - from * 8) << "block " << i;
                 }
             }
         }
