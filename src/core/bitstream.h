@@ -46,9 +46,23 @@ public:
     uint32_t peek(int n) const { return static_cast<uint32_t>(win_ >> (64 - n)); }
     // Moves past n bits (0..32). The pair of words moves on once a bit of the
     // second word has been consumed, so the word after it is loaded only then.
-    void skip(int n) {
+    // Always inlined: an out-of-line call would take the reader's address and
+    // move the caller's whole cursor from registers to memory.
+    __attribute__((always_inline)) void skip(int n) {
         used_ += n;
         win_ <<= n;
+        if (__builtin_expect(used_ > 32, 0)) {
+            ++p_;
+            used_ -= 32;
+            load();
+        }
+    }
+    // skip(w & 0xFF) for a look-up entry word whose low byte is a length
+    // (0..32): the window shift takes w as it is (a 64-bit shift counts
+    // modulo 64), so no mask lies between the entry's load and the shift.
+    __attribute__((always_inline)) void skipLowByte(uint32_t w) {
+        used_ += static_cast<int>(w & 0xFF);
+        win_ <<= (w & 63);
         if (__builtin_expect(used_ > 32, 0)) {
             ++p_;
             used_ -= 32;

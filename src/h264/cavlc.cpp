@@ -2,6 +2,8 @@
 // word cursor. The cursor is copied on entry and handed back only on success,
 // so every failure leaves it where it was.
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -141,6 +143,28 @@ struct BuiltinRuns {
 
 namespace tbl = mox::h264;
 
+// A table row's address, computed while the window is still being shifted
+// and kept in a register, so that the look-up on the window is a single
+// indexed load instead of an index computation added to the table's address.
+template <class E>
+MOX_INLINE const E* rowOf(const E* row) {
+    __asm__("" : "+r"(row));
+    return row;
+}
+
+// A look-up entry of four one-byte fields in one load, its first byte a code
+// length for WordReader::skipLowByte; the other fields are taken from the
+// word off the cursor's path.
+template <class E>
+MOX_INLINE uint32_t entryWord(const E* row, uint32_t index) {
+    static_assert(sizeof(E) == 4 && offsetof(E, len) == 0, "a length byte and three more");
+    uint32_t w;
+    std::memcpy(&w, row + index, sizeof(w));
+    return w;
+}
+MOX_INLINE int fieldOf(uint32_t w, int byte) { return static_cast<int>((w >> (8 * byte)) & 0xFF); }
+MOX_INLINE int signedFieldOf(uint32_t w, int byte) { return static_cast<signed char>(w >> (8 * byte)); }
+
 // coeff_token through a leading-zero bucket table; 0 for no code.
 template <int Zcap, int W>
 MOX_INLINE unsigned lookUpToken(const WordReader& rd, const unsigned short* lut) {
@@ -200,17 +224,18 @@ MOX_INLINE bool decodeLevelsFast(WordReader& rd, int tc, int t1, uint32_t signs,
     std::memcpy(level, &kOnes<T>[signs], sizeof(Ones<T>));
     int first = t1 < 3 ? 7 + (tc > 10) : 0;
     const tbl::LevelEntry* row = tbl::kLevelLut[first].data();
+    const char* const levelBase = reinterpret_cast<const char*>(tbl::kLevelLut[0].data());
     T* lv = level + t1;
     T* const end = level + tc;
     // The first two levels in one look-up when both codes are short.
     if (first < 8 && end - lv >= 2) {
-        unsigned e = tbl::kLevelPairLut[first != 0][rd.peek(tbl::kLevelPairBits)];
-        if (e) {
-            lv[0] = static_cast<T>(static_cast<short>(e << 6) >> 12);
-            lv[1] = static_cast<T>(static_cast<short>(e) >> 10);
+        uint32_t e = entryWord(rowOf(tbl::kLevelPairLut[first != 0].data()), rd.peek(tbl::kLevelPairBits));
+        if (e & 0xFF) {
+            lv[0] = static_cast<T>(signedFieldOf(e, 2));
+            lv[1] = static_cast<T>(signedFieldOf(e, 3));
             lv += 2;
-            rd.skip(e & 15);
-            row = tbl::kLevelLut[(e >> 4) & 3].data();
+            rd.skipLowByte(e);
+            row = tbl::kLevelLut[fieldOf(e, 1)].data();
         }
     }
     for (; lv < end; ++lv) {
@@ -218,7 +243,7 @@ MOX_INLINE bool decodeLevelsFast(WordReader& rd, int tc, int t1, uint32_t signs,
         if (__builtin_expect(e.len != 0, 1)) {
             *lv = static_cast<T>(e.level);
             rd.skip(e.len);
-            row = tbl::kLevelLut[e.next].data();
+            row = reinterpret_cast<const tbl::LevelEntry*>(levelBase + e.nextRow);
             continue;
         }
         unsigned state = static_cast<unsigned>((row - tbl::kLevelLut[0].data()) >> tbl::kLevelBits);
@@ -277,12 +302,12 @@ MOX_INLINE Result decodeResidualFast(WordReader& rd, int tc, int t1, uint32_t si
     if (!decodeLevelsFast(rd, tc, t1, signs, level)) return Result::Corrupt;
     int z = 0;
     // total_zeros with the first pair of runs when they are short (4x4 blocks).
-    tbl::TzRunEntry joint{};
+    uint32_t joint = 0;  // a TzRunEntry
     if (tc < maxCoeff) {
-        if (Tz::kWithRuns && tc >= 3) joint = tbl::kTzRunLut[tc - 3][rd.peek(tbl::kTzRunBits)];
-        if (joint.len) {
-            z = joint.totalZeros;
-            rd.skip(joint.len);
+        if (Tz::kWithRuns && tc >= 3) joint = entryWord(rowOf(tbl::kTzRunLut[tc - 3].data()), rd.peek(tbl::kTzRunBits));
+        if (joint & 0xFF) {
+            z = fieldOf(joint, 1);
+            rd.skipLowByte(joint);
         } else {
             z = tz(rd, tc);
         }
@@ -294,12 +319,13 @@ MOX_INLINE Result decodeResidualFast(WordReader& rd, int tc, int t1, uint32_t si
     ptrdiff_t pos = tc - 1 + z;
     const T* lv = level;
     const T* const end = level + tc;
-    if (joint.len && z) {  // the pair of runs read with total_zeros
+    if ((joint & 0xFF) && z) {  // the pair of runs read with total_zeros
+        int step = signedFieldOf(joint, 3);
         out[place(pos)] = lv[0];
-        out[place(pos + joint.second)] = lv[1];
+        out[place(pos + signedFieldOf(joint, 2))] = lv[1];
         lv += 2;
-        pos += joint.step;
-        z += joint.step + 2;
+        pos += step;
+        z += step + 2;
     }
     // Seven or more zeros left: one run at a time, down to at most six. The
     // last coefficient reads no run_before.
@@ -313,13 +339,13 @@ MOX_INLINE Result decodeResidualFast(WordReader& rd, int tc, int t1, uint32_t si
     // Then two coefficients per look-up while both read a run_before...
     if (z > 0) {
         while (end - lv > 2) {
-            const tbl::RunStepEntry& e = tbl::kRunStepLut[z][rd.peek(6)];
+            uint32_t e = entryWord(rowOf(tbl::kRunStepLut[z].data()), rd.peek(6));
             out[place(pos)] = lv[0];
-            out[place(pos + e.second)] = lv[1];
+            out[place(pos + signedFieldOf(e, 1))] = lv[1];
             lv += 2;
-            pos += e.step;
-            rd.skip(e.len);
-            z = e.zerosLeft;
+            pos += signedFieldOf(e, 2);
+            rd.skipLowByte(e);
+            z = fieldOf(e, 3);
             if (!z) break;
         }
     }
@@ -450,48 +476,51 @@ __attribute__((noinline)) MoxStatus decodeBlock(Mox32u** ppBitStream, int* pBitO
     return moxStsNoErr;
 }
 
-// One 4x4 block with the library's own tables. The Lean form calls nothing,
-// so that its state stays in registers; a block that it cannot finish (a
-// total_zeros code longer than the look-up, or corrupt bits) is decoded
-// again by the full form, which gives the exact result and status.
-template <class T, bool Lean>
-__attribute__((noinline)) MoxStatus decodeBlockFast(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,
+template <class T>
+__attribute__((noinline)) MoxStatus decodeBlockFull(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,
                                                     T** ppCoeffs, int vlcSelect, int maxNumCoeff,
-                                                    const Mox32s* pScanMatrix) {
+                                                    const Mox32s* pScanMatrix);
+
+// One 4x4 block with the library's own tables. The Lean form calls nothing
+// and is inlined into the entry point, so that its state stays in registers;
+// a block that it cannot finish (a total_zeros code longer than the look-up,
+// or corrupt bits) is decoded again by the full form, which gives the exact
+// result and status.
+template <class T, bool Lean>
+MOX_INLINE MoxStatus decodeBlockFast(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, T** ppCoeffs,
+                                     int vlcSelect, int maxNumCoeff, const Mox32s* pScanMatrix) {
     auto full = [&] {
-        return decodeBlockFast<T, false>(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff,
-                                         pScanMatrix);
+        return decodeBlockFull<T>(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff, pScanMatrix);
     };
     WordReader rd(*ppBitStream, *pBitOffset);
-    int tc, t1, len;
+    // The token as a TokenEntry word: its length counts the sign bits of the
+    // trailing ones too.
+    uint32_t token;
     if (vlcSelect >= 8) {
         uint32_t flc = rd.peek(6);
-        t1 = flc & 3;
-        tc = (flc >> 2) + 1;
-        if (flc == 3) tc = t1 = 0;
-        if (t1 > tc) {  // the count is reported as for any corrupt block
+        uint32_t ones = flc & 3, count = (flc >> 2) + 1;
+        if (flc == 3) count = ones = 0;
+        if (ones > count) {  // the count is reported as for any corrupt block
             if (Lean) return full();
-            *pNumCoeff = static_cast<Mox16s>(tc);
+            *pNumCoeff = static_cast<Mox16s>(count);
             return moxStsBitstreamErr;
         }
-        len = 6;
+        token = (6 + ones) | ones << 8 | count << 16;
     } else {
-        // The length in e counts the sign bits of the trailing ones too.
-        unsigned e = tbl::kTokenShortRow[vlcSelect][rd.peek(tbl::kTokenShortBits)];
-        if (__builtin_expect(!e, 0)) {
+        token = entryWord(tbl::kTokenShortRow[vlcSelect], rd.peek(tbl::kTokenShortBits));
+        if (__builtin_expect((token & 0xFF) == 0, 0)) {
             // Table 0 for nC 0..1, 1 for 2..3, 2 for 4..7: two bits per nC.
             unsigned cls = (0xAA50u >> (2 * vlcSelect)) & 3;
-            e = lookUpToken<tbl::kTokenZcap, tbl::kTokenW>(rd, tbl::kTokenLut[cls].data());
-            if (!e) return moxStsBitstreamErr;
-            e += (e >> 5) & 3;
+            unsigned b = lookUpToken<tbl::kTokenZcap, tbl::kTokenW>(rd, tbl::kTokenLut[cls].data());
+            if (!b) return moxStsBitstreamErr;
+            uint32_t ones = (b >> 5) & 3;
+            token = ((b & 31) + ones) | ones << 8 | (b >> 8) << 16;
         }
-        t1 = (e >> 5) & 3;
-        tc = static_cast<int>(e >> 8);
-        len = static_cast<int>(e & 31) - t1;
     }
+    const int t1 = fieldOf(token, 1), tc = fieldOf(token, 2);
     // Up to three sign bits after the token, 1 for -1; t1 of them are used.
-    uint32_t signs = rd.peekAfter(len, 3);
-    rd.skip(len + t1);
+    uint32_t signs = rd.peekAfter(static_cast<int>(token & 0xFF) - t1, 3);
+    rd.skipLowByte(token);
     if (tc) {
         const Mox32s* scan = pScanMatrix + (16 - maxNumCoeff);
         Result r = decodeResidualFast<16>(rd, tc, t1, signs, maxNumCoeff, TotalZeros4x4<Lean>{}, *ppCoeffs,
@@ -509,17 +538,43 @@ __attribute__((noinline)) MoxStatus decodeBlockFast(Mox32u** ppBitStream, int* p
 }
 
 template <class T>
-MoxStatus decodeCoeffs(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, T** ppCoeffs, int vlcSelect,
-                       Mox16s maxNumCoeff, const Mox32s* const* ppTblCoeffToken, const Mox32s* const* ppTblTotalZeros,
-                       const Mox32s* const* ppTblRunBefore, const Mox32s* pScanMatrix) {
+__attribute__((noinline)) MoxStatus decodeBlockFull(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,
+                                                    T** ppCoeffs, int vlcSelect, int maxNumCoeff,
+                                                    const Mox32s* pScanMatrix) {
+    return decodeBlockFast<T, false>(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff,
+                                     pScanMatrix);
+}
+
+// True when the three arrays are the library's own, in one branch.
+MOX_INLINE bool ownTables(const Mox32s* const* token, const Mox32s* const* totalZeros,
+                          const Mox32s* const* runBefore) {
+    const MoxCAVLCTables_H264& own = mox::h264::kCavlcTables;
+    auto differs = [](const void* a, const void* b) {
+        return reinterpret_cast<uintptr_t>(a) ^ reinterpret_cast<uintptr_t>(b);
+    };
+    return (differs(token, own.coeffToken) | differs(totalZeros, own.totalZeros) |
+            differs(runBefore, own.runBefore)) == 0;
+}
+
+template <class T>
+MOX_INLINE MoxStatus decodeCoeffs(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, T** ppCoeffs,
+                                  int vlcSelect, Mox16s maxNumCoeff, const Mox32s* const* ppTblCoeffToken,
+                                  const Mox32s* const* ppTblTotalZeros, const Mox32s* const* ppTblRunBefore,
+                                  const Mox32s* pScanMatrix) {
+    const bool range = (maxNumCoeff == 16 || maxNumCoeff == 15) && vlcSelect >= 0;
+    // The library's own arrays are not null: the checks left give the same
+    // statuses in the same order.
+    if (ownTables(ppTblCoeffToken, ppTblTotalZeros, ppTblRunBefore)) {
+        MOX_CHECK_PTRS(ppBitStream, pBitOffset, ppCoeffs, pNumCoeff, pScanMatrix);
+        MOX_CHECK_PTRS(*ppBitStream, *ppCoeffs);
+        MOX_CHECK(range, moxStsOutOfRangeErr);
+        return decodeBlockFast<T, true>(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff,
+                                        pScanMatrix);
+    }
     MOX_CHECK_PTRS(ppBitStream, pBitOffset, ppCoeffs, pNumCoeff, ppTblCoeffToken, ppTblTotalZeros, ppTblRunBefore,
                    pScanMatrix);
     MOX_CHECK_PTRS(*ppBitStream, *ppCoeffs);
-    MOX_CHECK((maxNumCoeff == 16 || maxNumCoeff == 15) && vlcSelect >= 0, moxStsOutOfRangeErr);
-    const MoxCAVLCTables_H264& own = mox::h264::kCavlcTables;
-    if (ppTblCoeffToken == own.coeffToken && ppTblTotalZeros == own.totalZeros && ppTblRunBefore == own.runBefore)
-        return decodeBlockFast<T, true>(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff,
-                                        pScanMatrix);
+    MOX_CHECK(range, moxStsOutOfRangeErr);
     if (ppTblRunBefore == mox::h264::kCavlcTables.runBefore)
         return decodeBlock(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, vlcSelect, maxNumCoeff, ppTblCoeffToken,
                            ppTblTotalZeros, BuiltinRuns{}, pScanMatrix);
@@ -527,11 +582,86 @@ MoxStatus decodeCoeffs(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,
                        ppTblTotalZeros, CallerRuns{ppTblRunBefore}, pScanMatrix);
 }
 
+// The checks after a chroma DC token, in their order: more coefficients
+// than the block holds fail; an empty block is done (count 0, cursor handed
+// back); otherwise the output's pointers are checked and the count stored.
+// Gives the status to return at once, or kCoefficientsFollow.
+constexpr int kCoefficientsFollow = 1;  // no status has this value
+template <class T, int N>
+MOX_INLINE int chromaDcCount(const WordReader& rd, int tc, Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,
+                             T** ppCoeffs) {
+    if (tc > N) return moxStsBitstreamErr;
+    if (tc == 0) {
+        *pNumCoeff = 0;
+        rd.commit(ppBitStream, pBitOffset);
+        return moxStsNoErr;
+    }
+    if (!ppCoeffs || !*ppCoeffs) return moxStsNullPtrErr;
+    *pNumCoeff = static_cast<Mox16s>(tc);
+    return kCoefficientsFollow;
+}
+
+// Chroma DC through a caller's tables, after the table pointer checks: the
+// packed tables walked code by code. Out of line, so that the look-up path's
+// cursor never has its address taken.
+template <class T, int N>
+__attribute__((noinline)) MoxStatus decodeChromaDcTables(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff,
+                                                         T** ppCoeffs, const Mox32s* pTblCoeffToken,
+                                                         const Mox32s* const* ppTblTotalZeros,
+                                                         const Mox32s* const* ppTblRunBefore) {
+    WordReader rd(*ppBitStream, *pBitOffset);
+    int token = decodeVlc(rd, pTblCoeffToken);
+    if (token == kInvalid) return moxStsBitstreamErr;
+    int tc = token >> 8;
+    int t1 = token & 0xFF;
+    const int count = chromaDcCount<T, N>(rd, tc, ppBitStream, pBitOffset, pNumCoeff, ppCoeffs);
+    if (count != kCoefficientsFollow) return static_cast<MoxStatus>(count);
+    Result r = decodeResidual<N>(rd, tc, t1, N, ppTblTotalZeros, ppTblRunBefore, *ppCoeffs,
+                                 [](ptrdiff_t p) { return p; });
+    if (r != Result::Ok) return statusOf(r);
+    *ppCoeffs += N;
+    rd.commit(ppBitStream, pBitOffset);
+    return moxStsNoErr;
+}
+
+// Chroma DC with the library's own tables, after the table checks, on a
+// cursor of its own that stays in registers.
+template <class T, int N>
+MOX_INLINE MoxStatus decodeChromaDcFast(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, T** ppCoeffs) {
+    WordReader rd(*ppBitStream, *pBitOffset);
+    unsigned e = N == 4 ? lookUpToken<tbl::kTokenChromaDcZcap, tbl::kTokenChromaDcW>(rd, tbl::kTokenChromaDcLut.data())
+                        : lookUpToken<tbl::kTokenChroma422DcZcap, tbl::kTokenChroma422DcW>(
+                              rd, tbl::kTokenChroma422DcLut.data());
+    if (!e) return moxStsBitstreamErr;
+    int len = e & 31;
+    int t1 = (e >> 5) & 3;
+    int tc = static_cast<int>(e >> 8);
+    uint32_t signs = rd.peekAfter(len, 3);
+    rd.skip(len);
+    const int count = chromaDcCount<T, N>(rd, tc, ppBitStream, pBitOffset, pNumCoeff, ppCoeffs);
+    if (count != kCoefficientsFollow) return static_cast<MoxStatus>(count);
+    auto raster = [](ptrdiff_t p) { return p; };
+    rd.skip(t1);
+    Result r;
+    if constexpr (N == 4)
+        r = decodeResidualFast<N>(rd, tc, t1, signs, N,
+                                  TotalZerosDc<tbl::kTotalZerosChromaDcW, 4>{tbl::kTotalZerosChromaDcLut}, *ppCoeffs,
+                                  raster);
+    else
+        r = decodeResidualFast<N>(rd, tc, t1, signs, N,
+                                  TotalZerosDc<tbl::kTotalZerosChroma422DcW, 8>{tbl::kTotalZerosChroma422DcLut},
+                                  *ppCoeffs, raster);
+    if (r != Result::Ok) return statusOf(r);
+    *ppCoeffs += N;
+    rd.commit(ppBitStream, pBitOffset);
+    return moxStsNoErr;
+}
+
 // Chroma DC: 4 coefficients (4:2:0) or 8 (4:2:2), in coded order.
 template <class T, int N>
-MoxStatus decodeChromaDc(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, T** ppCoeffs,
-                         const Mox32s* pTblCoeffToken, const Mox32s* const* ppTblTotalZeros,
-                         const Mox32s* const* ppTblRunBefore) {
+MOX_INLINE MoxStatus decodeChromaDc(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoeff, T** ppCoeffs,
+                                    const Mox32s* pTblCoeffToken, const Mox32s* const* ppTblTotalZeros,
+                                    const Mox32s* const* ppTblRunBefore) {
     MOX_CHECK_PTRS(ppBitStream, pBitOffset, pNumCoeff);
     MOX_CHECK_PTRS(*ppBitStream);
     WordReader rd(*ppBitStream, *pBitOffset);
@@ -565,53 +695,10 @@ MoxStatus decodeChromaDc(Mox32u** ppBitStream, int* pBitOffset, Mox16s* pNumCoef
                       (N == 4 ? pTblCoeffToken == own.coeffTokenChromaDc && ppTblTotalZeros == own.totalZerosChromaDc
                               : pTblCoeffToken == own.coeffTokenChroma422Dc &&
                                     ppTblTotalZeros == own.totalZerosChroma422Dc);
-    int tc, t1;
-    uint32_t signs = 0;
-    if (fast) {
-        unsigned e = N == 4 ? lookUpToken<tbl::kTokenChromaDcZcap, tbl::kTokenChromaDcW>(
-                                  rd, tbl::kTokenChromaDcLut.data())
-                            : lookUpToken<tbl::kTokenChroma422DcZcap, tbl::kTokenChroma422DcW>(
-                                  rd, tbl::kTokenChroma422DcLut.data());
-        if (!e) return moxStsBitstreamErr;
-        int len = e & 31;
-        t1 = (e >> 5) & 3;
-        tc = static_cast<int>(e >> 8);
-        signs = rd.peekAfter(len, 3);
-        rd.skip(len);
-    } else {
-        int token = decodeVlc(rd, pTblCoeffToken);
-        if (token == kInvalid) return moxStsBitstreamErr;
-        tc = token >> 8;
-        t1 = token & 0xFF;
-    }
-    if (tc > N) return moxStsBitstreamErr;
-    if (tc == 0) {
-        *pNumCoeff = 0;
-        rd.commit(ppBitStream, pBitOffset);
-        return moxStsNoErr;
-    }
-    MOX_CHECK_PTRS(ppCoeffs);
-    MOX_CHECK_PTRS(*ppCoeffs);
-    *pNumCoeff = static_cast<Mox16s>(tc);
-    auto raster = [](ptrdiff_t p) { return p; };
-    Result r;
-    if (fast) {
-        rd.skip(t1);
-        if constexpr (N == 4)
-            r = decodeResidualFast<N>(rd, tc, t1, signs, N,
-                                      TotalZerosDc<tbl::kTotalZerosChromaDcW, 4>{tbl::kTotalZerosChromaDcLut},
-                                      *ppCoeffs, raster);
-        else
-            r = decodeResidualFast<N>(rd, tc, t1, signs, N,
-                                      TotalZerosDc<tbl::kTotalZerosChroma422DcW, 8>{tbl::kTotalZerosChroma422DcLut},
-                                      *ppCoeffs, raster);
-    } else {
-        r = decodeResidual<N>(rd, tc, t1, N, ppTblTotalZeros, ppTblRunBefore, *ppCoeffs, raster);
-    }
-    if (r != Result::Ok) return statusOf(r);
-    *ppCoeffs += N;
-    rd.commit(ppBitStream, pBitOffset);
-    return moxStsNoErr;
+    if (!fast)
+        return decodeChromaDcTables<T, N>(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, pTblCoeffToken,
+                                          ppTblTotalZeros, ppTblRunBefore);
+    return decodeChromaDcFast<T, N>(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs);
 }
 
 }  // namespace

@@ -234,29 +234,37 @@ inline constexpr std::array<std::array<unsigned short, 128>, 3> kTokenLut = {
     buildBuckets<kTokenZcap, kTokenW>(kCoeffTokenLen[2], kCoeffTokenBits[2], tokenValue)};
 // coeff_token codes of up to kTokenShortBits bits, looked up directly on the
 // next kTokenShortBits bits so that the usual short codes need no leading-zero
-// count; entry as kTokenLut but for the length, which counts the code and its
-// TrailingOnes sign bits; 0 for a longer code (or no code).
+// count. Each field has its own byte so that the decoder uses it as loaded:
+// the length counts the code and its TrailingOnes sign bits; length 0 for a
+// longer code (or no code).
 inline constexpr int kTokenShortBits = 8;
+struct TokenEntry {
+    unsigned char len;
+    unsigned char trailingOnes;
+    unsigned char totalCoeff;
+    unsigned char unused;
+};
 template <size_t N>
-constexpr std::array<unsigned short, 1 << kTokenShortBits> buildShortTokens(const unsigned char (&len)[N],
-                                                                           const unsigned char (&bits)[N]) {
-    std::array<unsigned short, 1 << kTokenShortBits> lut{};
+constexpr std::array<TokenEntry, 1 << kTokenShortBits> buildShortTokens(const unsigned char (&len)[N],
+                                                                       const unsigned char (&bits)[N]) {
+    std::array<TokenEntry, 1 << kTokenShortBits> lut{};
     for (size_t i = 0; i < N; ++i) {
         int l = len[i];
         if (!l || l > kTokenShortBits) continue;
         for (unsigned x = 0; x < (1u << (kTokenShortBits - l)); ++x) {
-            unsigned short& slot = lut[bits[i] << (kTokenShortBits - l) | x];
-            if (slot) throw "overlapping codes";
-            slot = static_cast<unsigned short>((l + (i & 3)) | tokenValue(i) << 5);
+            TokenEntry& slot = lut[bits[i] << (kTokenShortBits - l) | x];
+            if (slot.len) throw "overlapping codes";
+            slot = {static_cast<unsigned char>(l + (i & 3)), static_cast<unsigned char>(i & 3),
+                    static_cast<unsigned char>(i >> 2), 0};
         }
     }
     return lut;
 }
-inline constexpr std::array<std::array<unsigned short, 1 << kTokenShortBits>, 3> kTokenShortLut = {
+inline constexpr std::array<std::array<TokenEntry, 1 << kTokenShortBits>, 3> kTokenShortLut = {
     buildShortTokens(kCoeffTokenLen[0], kCoeffTokenBits[0]), buildShortTokens(kCoeffTokenLen[1], kCoeffTokenBits[1]),
     buildShortTokens(kCoeffTokenLen[2], kCoeffTokenBits[2])};
 // The short-code table of each nC 0..7.
-inline constexpr const unsigned short* kTokenShortRow[8] = {
+inline constexpr const TokenEntry* kTokenShortRow[8] = {
     kTokenShortLut[0].data(), kTokenShortLut[0].data(), kTokenShortLut[1].data(), kTokenShortLut[1].data(),
     kTokenShortLut[2].data(), kTokenShortLut[2].data(), kTokenShortLut[2].data(), kTokenShortLut[2].data()};
 inline constexpr int kTokenChromaDcZcap = 7, kTokenChromaDcW = 2;
@@ -298,14 +306,19 @@ inline constexpr auto kTotalZerosChroma422DcLut =
 // suffixLength 0..6, then 7 and 8 for suffixLength 0 and 1 on the first level
 // after fewer than three trailing ones (its levelCode is 2 more). An entry
 // holds the level, the code length (0 for a code longer than kLevelBits,
-// escapes included) and the next state, each in its own field so that the
-// decoder reads each with one load.
+// escapes included), the level and the byte offset of the next state's row
+// from the table's start, so that the next row's address is one addition
+// away from the loaded entry; the length comes first, as in every entry the
+// decoder loads as one word.
 inline constexpr int kLevelBits = 8;
 struct LevelEntry {
-    short level;
     unsigned char len;
-    unsigned char next;
+    signed char level;
+    unsigned short nextRow;
 };
+constexpr unsigned short levelRowOffset(int state) {
+    return static_cast<unsigned short>(state * (sizeof(LevelEntry) << kLevelBits));
+}
 constexpr std::array<std::array<LevelEntry, 1 << kLevelBits>, 9> makeLevelLut() {
     std::array<std::array<LevelEntry, 1 << kLevelBits>, 9> lut{};
     for (int state = 0; state < 9; ++state) {
@@ -322,8 +335,8 @@ constexpr std::array<std::array<LevelEntry, 1 << kLevelBits>, 9> makeLevelLut() 
             int level = levelCode & 1 ? -mag : mag;
             int next = suffixLength ? suffixLength : 1;
             if (mag > (3 << (next - 1)) && next < 6) ++next;
-            lut[state][v] = {static_cast<short>(level), static_cast<unsigned char>(len),
-                             static_cast<unsigned char>(next)};
+            if (level < -128 || level > 127) throw "level does not fit its field";
+            lut[state][v] = {static_cast<unsigned char>(len), static_cast<signed char>(level), levelRowOffset(next)};
         }
     }
     return lut;
@@ -332,24 +345,31 @@ inline constexpr auto kLevelLut = makeLevelLut();
 
 // The first two levels after the trailing ones in one look-up on the next
 // kLevelPairBits bits, for the first level's states with suffixLength 0
-// (row 0: state 0, row 1: state 7). Entry: bits 0..3 the length of both
-// codes, 4..5 the state after them (1..3), 6..9 and 10..15 the two levels
-// as two's complement; 0 when the two codes do not both lie in those bits.
+// (row 0: state 0, row 1: state 7): the length of both codes (0 when they do
+// not both lie in those bits), the state after them and the two levels, each
+// in its own byte.
 inline constexpr int kLevelPairBits = 12;
-constexpr std::array<std::array<unsigned short, 1 << kLevelPairBits>, 2> makeLevelPairLut() {
-    std::array<std::array<unsigned short, 1 << kLevelPairBits>, 2> lut{};
+struct LevelPairEntry {
+    unsigned char len;
+    unsigned char next;
+    signed char first;
+    signed char second;
+};
+constexpr std::array<std::array<LevelPairEntry, 1 << kLevelPairBits>, 2> makeLevelPairLut() {
+    std::array<std::array<LevelPairEntry, 1 << kLevelPairBits>, 2> lut{};
     for (int row = 0; row < 2; ++row) {
         for (unsigned v = 0; v < (1u << kLevelPairBits); ++v) {
             // Zeros after the looked-at bits: a code that ends within them reads none.
             unsigned bits = v << (32 - kLevelPairBits);
             const LevelEntry& a = kLevelLut[row ? 7 : 0][bits >> (32 - kLevelBits)];
             if (!a.len) continue;
-            const LevelEntry& b = kLevelLut[a.next][bits << a.len >> (32 - kLevelBits)];
+            const int aNext = a.nextRow / levelRowOffset(1);
+            const LevelEntry& b = kLevelLut[aNext][bits << a.len >> (32 - kLevelBits)];
             int len = a.len + b.len;
             if (!b.len || len > kLevelPairBits) continue;
-            if (a.level < -8 || a.level > 7 || b.level < -32 || b.level > 31 || b.next > 3)
-                throw "level pair does not fit its fields";
-            lut[row][v] = static_cast<unsigned short>(len | b.next << 4 | (a.level & 15) << 6 | (b.level & 63) << 10);
+            const int bNext = b.nextRow / levelRowOffset(1);
+            lut[row][v] = {static_cast<unsigned char>(len), static_cast<unsigned char>(bNext),
+                           static_cast<signed char>(a.level), static_cast<signed char>(b.level)};
         }
     }
     return lut;

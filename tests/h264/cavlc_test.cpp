@@ -166,6 +166,60 @@ TEST(Cavlc, RoundTripChromaDc) {
     roundTripDc<Mox32s, 8>(moxiDecodeCAVLCChroma422DcCoeffs_H264_1u32s, 6);
 }
 
+// Valid blocks with a few bits flipped, or random bits: the look-up path
+// (the library's arrays) and the walk through the packed tables (a copy of
+// them) agree on every status, count, output and cursor, block after block.
+template <class T>
+void lookUpsAgreeWithPackedTables(CoeffFn<T> fn4x4, DcFn<T> fn420, DcFn<T> fn422, uint32_t seed) {
+    Rng r(seed);
+    for (int trial = 0; trial < 1200; ++trial) {
+        const int kind = trial % 3, n = kind == 0 ? 16 : 4 << (kind - 1);
+        BitSink sink;
+        sink.put(0, r.uniform(0, 31));
+        for (int b = 0; b < 12; ++b) {
+            std::vector<int> scan = randomScan(r, n, b & 1 ? 3000 : 40);
+            encodeCavlc(sink, scan.data(), n, r.uniform(0, 9), static_cast<CavlcKind>(kind));
+        }
+        std::vector<Mox32u> words = sink.words(24);
+        const int last = static_cast<int>(words.size()) - 25;
+        for (int f = r.uniform(0, 3); f > 0; --f) words[r.uniform(0, last)] ^= 1u << r.uniform(0, 31);
+        for (int i = 0; trial % 8 == 0 && i <= last; ++i) words[i] = static_cast<Mox32u>(r.range(0, 0xFFFFFFFFu));
+        Mox32u* p[2] = {words.data(), words.data()};
+        int off[2] = {31, 31};
+        std::vector<T> buf[2] = {std::vector<T>(16 * 13, 0x55), std::vector<T>(16 * 13, 0x55)};
+        T* out[2] = {buf[0].data(), buf[1].data()};
+        for (int b = 0; b < 13; ++b) {
+            const int nC = r.uniform(0, 9);
+            const Mox16s maxCoeff = r.coin() ? 16 : 15;
+            MoxStatus st[2];
+            Mox16s num[2] = {-7, -7};
+            for (int k = 0; k < 2; ++k) {
+                const MoxCAVLCTables_H264& t = tablesFor(k);
+                st[k] = kind == 0   ? fn4x4(&p[k], &off[k], &num[k], &out[k], nC, maxCoeff, t.coeffToken, t.totalZeros,
+                                            t.runBefore, kZigzag)
+                        : kind == 1 ? fn420(&p[k], &off[k], &num[k], &out[k], t.coeffTokenChromaDc,
+                                            t.totalZerosChromaDc, t.runBefore)
+                                    : fn422(&p[k], &off[k], &num[k], &out[k], t.coeffTokenChroma422Dc,
+                                            t.totalZerosChroma422Dc, t.runBefore);
+            }
+            ASSERT_EQ(st[0], st[1]) << "trial " << trial << " block " << b;
+            ASSERT_EQ(num[0], num[1]);
+            ASSERT_EQ(p[0] - words.data(), p[1] - words.data());
+            ASSERT_EQ(off[0], off[1]);
+            ASSERT_EQ(out[0] - buf[0].data(), out[1] - buf[1].data());
+            ASSERT_EQ(buf[0], buf[1]);
+            if (st[0] != moxStsNoErr || p[0] > words.data() + last) break;
+        }
+    }
+}
+
+TEST(Cavlc, LookUpsAgreeWithPackedTablesOnValidAndCorruptBits) {
+    lookUpsAgreeWithPackedTables<Mox16s>(moxiDecodeCAVLCCoeffs_H264_1u16s, moxiDecodeCAVLCChromaDcCoeffs_H264_1u16s,
+                                         moxiDecodeCAVLCChroma422DcCoeffs_H264_1u16s, 41);
+    lookUpsAgreeWithPackedTables<Mox32s>(moxiDecodeCAVLCCoeffs_H264_1u32s, moxiDecodeCAVLCChromaDcCoeffs_H264_1u32s,
+                                         moxiDecodeCAVLCChroma422DcCoeffs_H264_1u32s, 42);
+}
+
 // Decodes one 4x4 block from a bit string; returns the status.
 MoxStatus decodeBits(const char* bits, int nC, Mox16s maxNum, Mox16s* coeffs, Mox16s* num, long long* used,
                      int lead = 0) {
@@ -300,17 +354,29 @@ TEST(Cavlc, ArgumentChecksInOrder) {
                     const Mox32s* const* tok, const Mox32s* const* tz, const Mox32s* const* rb, const Mox32s* scan) {
         return moxiDecodeCAVLCCoeffs_H264_1u16s(pp, po, pn, pc, nC, maxNum, tok, tz, rb, scan);
     };
+    // The library's arrays (the look-up path) and a copy of them check alike.
+    for (int trial = 0; trial < 2; ++trial) {
+        const auto& t = tablesFor(trial);
+        EXPECT_EQ(call(nullptr, &off, &num, &out, 0, 16, t.coeffToken, t.totalZeros, t.runBefore, kZigzag),
+                  moxStsNullPtrErr);
+        EXPECT_EQ(call(&p, &off, &num, &out, 0, 16, t.coeffToken, t.totalZeros, t.runBefore, nullptr), moxStsNullPtrErr);
+        EXPECT_EQ(call(&nullStream, &off, &num, &out, 0, 16, t.coeffToken, t.totalZeros, t.runBefore, kZigzag),
+                  moxStsNullPtrErr);
+        EXPECT_EQ(call(&p, &off, &num, &nullOut, 0, 16, t.coeffToken, t.totalZeros, t.runBefore, kZigzag),
+                  moxStsNullPtrErr);
+        // Null pointers come before range errors.
+        EXPECT_EQ(call(&p, &off, &num, &nullOut, -1, 14, t.coeffToken, t.totalZeros, t.runBefore, kZigzag),
+                  moxStsNullPtrErr);
+        EXPECT_EQ(call(&p, &off, nullptr, &out, 0, 14, t.coeffToken, t.totalZeros, t.runBefore, kZigzag),
+                  moxStsNullPtrErr);
+        EXPECT_EQ(call(&p, &off, &num, &out, 0, 14, t.coeffToken, t.totalZeros, t.runBefore, kZigzag),
+                  moxStsOutOfRangeErr);
+        EXPECT_EQ(call(&p, &off, &num, &out, -1, 16, t.coeffToken, t.totalZeros, t.runBefore, kZigzag),
+                  moxStsOutOfRangeErr);
+    }
     const auto& t = tables();
-    EXPECT_EQ(call(nullptr, &off, &num, &out, 0, 16, t.coeffToken, t.totalZeros, t.runBefore, kZigzag), moxStsNullPtrErr);
-    EXPECT_EQ(call(&p, &off, &num, &out, 0, 16, t.coeffToken, t.totalZeros, t.runBefore, nullptr), moxStsNullPtrErr);
-    EXPECT_EQ(call(&nullStream, &off, &num, &out, 0, 16, t.coeffToken, t.totalZeros, t.runBefore, kZigzag),
-              moxStsNullPtrErr);
-    EXPECT_EQ(call(&p, &off, &num, &nullOut, 0, 16, t.coeffToken, t.totalZeros, t.runBefore, kZigzag), moxStsNullPtrErr);
-    // Null pointers come before range errors.
-    EXPECT_EQ(call(&p, &off, &num, &nullOut, -1, 14, t.coeffToken, t.totalZeros, t.runBefore, kZigzag),
-              moxStsNullPtrErr);
-    EXPECT_EQ(call(&p, &off, &num, &out, 0, 14, t.coeffToken, t.totalZeros, t.runBefore, kZigzag), moxStsOutOfRangeErr);
-    EXPECT_EQ(call(&p, &off, &num, &out, -1, 16, t.coeffToken, t.totalZeros, t.runBefore, kZigzag), moxStsOutOfRangeErr);
+    EXPECT_EQ(call(&p, &off, &num, &out, 0, 14, nullptr, t.totalZeros, t.runBefore, kZigzag), moxStsNullPtrErr);
+    EXPECT_EQ(call(&p, &off, &num, &out, 0, 14, t.coeffToken, t.totalZeros, nullptr, kZigzag), moxStsNullPtrErr);
     // A table that is needed and null inside the array.
     const Mox32s* noTokens[3] = {nullptr, nullptr, nullptr};
     EXPECT_EQ(call(&p, &off, &num, &out, 0, 16, noTokens, t.totalZeros, t.runBefore, kZigzag), moxStsNullPtrErr);
