@@ -69,30 +69,39 @@ MOX_INLINE Lanes lanes(__m128i bsv, __m128i tc0, const Limits& l0, const Limits&
     return L;
 }
 
-// The normal-filter change of p0 and q0, ((q0 - p0) * 4 + (p1 - q1) + 4) >> 3
-// limited to +-tc (tc 0 outside `mask`), split into its positive and negative
-// parts and applied with saturation. The sums 4 q0 + p1 and 4 p0 + q1 come
-// from pmaddubsw on interleaved samples.
+// The normal-filter change of p0 and q0, D = ((q0 - p0) * 4 + (p1 - q1) + 4) >> 3
+// limited to +-tc (tc 0 outside `mask`), as its positive and negative parts
+// applied with saturation, all in bytes. With q0 - p0 = 2h + r (r = (p0 ^ q0) & 1)
+// and b = p1 - q1, D = h + ((r + (b >> 2) + 1) >> 1), and with rounding-up
+// averages (~x = 255 - x):
+//   H = avg(q0, ~p0) = 128 + h,
+//   B = avg(p1, ~q1) = 128 + (b >> 1),
+//   avg(avg(B, 3), r) = (B + 2r + 6) >> 2 = ((r + (b >> 2) + 1) >> 1) + 33,
+// so D = H - m for m = 161 - avg(avg(B, 3), r), which lies in 96..160: the
+// parts are subs(H, m) and subs(m, H) (both at most 159).
 MOX_INLINE void applyDelta(__m128i p1, __m128i& p0, __m128i& q0, __m128i q1, __m128i tc, __m128i mask) {
-    const __m128i w = _mm_set1_epi16(0x0104);  // bytes 4, 1
-    const __m128i four = _mm_set1_epi16(4);
-    const __m128i a = _mm_unpacklo_epi8(q0, p1), b = _mm_unpacklo_epi8(p0, q1);
-    const __m128i c = _mm_unpackhi_epi8(q0, p1), d = _mm_unpackhi_epi8(p0, q1);
-    const __m128i dl = _mm_srai_epi16(_mm_add_epi16(_mm_sub_epi16(_mm_maddubs_epi16(a, w), _mm_maddubs_epi16(b, w)), four), 3);
-    const __m128i dh = _mm_srai_epi16(_mm_add_epi16(_mm_sub_epi16(_mm_maddubs_epi16(c, w), _mm_maddubs_epi16(d, w)), four), 3);
-    const __m128i zero = _mm_setzero_si128();
+    const __m128i ones = _mm_set1_epi8(-1);
+    const __m128i h = _mm_avg_epu8(q0, _mm_xor_si128(p0, ones));
+    const __m128i b = _mm_avg_epu8(p1, _mm_xor_si128(q1, ones));
+    const __m128i r = _mm_and_si128(_mm_xor_si128(p0, q0), _mm_set1_epi8(1));
+    const __m128i m = _mm_sub_epi8(_mm_set1_epi8(static_cast<char>(161)), _mm_avg_epu8(_mm_avg_epu8(b, _mm_set1_epi8(3)), r));
     tc = _mm_and_si128(tc, mask);
-    const __m128i up = _mm_min_epu8(_mm_packus_epi16(dl, dh), tc);
-    const __m128i down = _mm_min_epu8(_mm_packus_epi16(_mm_sub_epi16(zero, dl), _mm_sub_epi16(zero, dh)), tc);
+    const __m128i up = _mm_min_epu8(_mm_subs_epu8(h, m), tc);
+    const __m128i down = _mm_min_epu8(_mm_subs_epu8(m, h), tc);
     p0 = _mm_subs_epu8(_mm_adds_epu8(p0, up), down);
     q0 = _mm_subs_epu8(_mm_adds_epu8(q0, down), up);
 }
 
 // p1 + clip(+-tc0, (p2 + avg(p0, q0) - 2 p1) >> 1), which is floor((p2 + avg) / 2)
-// clamped to p1 +- tc0; tc0 is 0 in the lanes that keep p1.
-MOX_INLINE __m128i sideP1(__m128i p2, __m128i p1, __m128i avg, __m128i tc0) {
-    return _mm_min_epu8(_mm_max_epu8(avgDown(p2, avg), _mm_subs_epu8(p1, tc0)), _mm_adds_epu8(p1, tc0));
+// clamped to p1 +- tc0; tc0 is 0 in the lanes that keep p1. The floor
+// average is ~avg(~p2, ~avg) (~x = 255 - x), nAvg being ~avg(p0, q0).
+MOX_INLINE __m128i sideP1(__m128i p2, __m128i p1, __m128i nAvg, __m128i tc0) {
+    const __m128i ones = _mm_set1_epi8(-1);
+    const __m128i mid = _mm_xor_si128(_mm_avg_epu8(_mm_xor_si128(p2, ones), nAvg), ones);
+    return _mm_min_epu8(_mm_max_epu8(mid, _mm_subs_epu8(p1, tc0)), _mm_adds_epu8(p1, tc0));
 }
+// ~avg(p0, q0).
+MOX_INLINE __m128i notAvg(__m128i p0, __m128i q0) { return _mm_xor_si128(_mm_avg_epu8(p0, q0), _mm_set1_epi8(-1)); }
 
 // Luma filter over v = p3 p2 p1 p0 q0 q1 q2 q3; false when no line changed.
 MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
@@ -106,7 +115,7 @@ MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
         // first, which no |delta| (at most 159) can tell from a larger tc.
         const __m128i tc = _mm_sub_epi8(_mm_sub_epi8(_mm_min_epu8(L.tc0, _mm_set1_epi8(-3)), ap), aq);
         applyDelta(p1, v[3], v[4], q1, tc, normal);
-        const __m128i avg = _mm_avg_epu8(p0, q0);
+        const __m128i avg = notAvg(p0, q0);
         v[2] = sideP1(p2, p1, avg, _mm_and_si128(L.tc0, _mm_and_si128(normal, ap)));
         v[5] = sideP1(q2, q1, avg, _mm_and_si128(L.tc0, _mm_and_si128(normal, aq)));
     }
@@ -121,15 +130,21 @@ MOX_INLINE bool lumaFilter(__m128i v[8], const Lanes& L) {
 
 // Luma filter of lines without strength 4: p1, p0, q0, q1 change (p2 and q2
 // are only read); false when no line changed. Fewer live registers than
-// lumaFilter, and no p3, q3.
-MOX_INLINE bool lumaNormal(__m128i p2, __m128i& p1, __m128i& p0, __m128i& q0, __m128i& q1, __m128i q2,
-                           const Lanes& L) {
-    __m128i filt, ap, aq;
-    if (!normalTests<Bytes>(p2, p1, p0, q0, q1, q2, L, filt, ap, aq)) return false;
-    const __m128i tc = _mm_sub_epi8(_mm_sub_epi8(_mm_min_epu8(L.tc0, _mm_set1_epi8(-3)), ap), aq);
-    const __m128i avg = _mm_avg_epu8(p0, q0);
+// lumaFilter, and no p3, q3: each side's ap (aq) test is used up at once.
+template <class P>
+MOX_INLINE bool lumaNormal(__m128i p2, __m128i& p1, __m128i& p0, __m128i& q0, __m128i& q1, __m128i q2, const P& L) {
+    const __m128i filt = lineMask<Bytes>(p1, p0, q0, q1, L);
+    if (_mm_movemask_epi8(filt) == 0) return false;
+    const __m128i avg = notAvg(p0, q0);
+    // tc0 + 1 for each of ap, aq (all-ones lanes); tc0 is capped at 253
+    // first, which no |delta| (at most 159) can tell from a larger tc.
+    __m128i tc = _mm_min_epu8(L.tc0, _mm_set1_epi8(-3));
+    const __m128i ap = _mm_and_si128(atMost<Bytes>(absDiff<Bytes>(p2, p0), L.bm1), filt);
     const __m128i np1 = sideP1(p2, p1, avg, _mm_and_si128(L.tc0, ap));
+    tc = _mm_sub_epi8(tc, ap);
+    const __m128i aq = _mm_and_si128(atMost<Bytes>(absDiff<Bytes>(q2, q0), L.bm1), filt);
     const __m128i nq1 = sideP1(q2, q1, avg, _mm_and_si128(L.tc0, aq));
+    tc = _mm_sub_epi8(tc, aq);
     applyDelta(p1, p0, q0, q1, tc, filt);
     p1 = np1;
     q1 = nq1;
@@ -239,8 +254,8 @@ MOX_INLINE void store32(Mox8u* p, __m128i v) {
 // (Normal), 0 and 4 only (Strong) or any mix. Mixed edges run out of line,
 // so that their filter has the registers to itself.
 enum class EdgeKind { Normal, Strong, Mixed };
-template <EdgeKind K>
-inline __attribute__((always_inline)) void lumaHorEdge(Mox8u* q, int step, const Lanes& L) {
+template <EdgeKind K, class P>
+inline __attribute__((always_inline)) void lumaHorEdge(Mox8u* q, int step, const P& L) {
     if constexpr (K == EdgeKind::Normal) {
         __m128i p1 = simd::load<16>(row(q, step, -2)), p0 = simd::load<16>(row(q, step, -1));
         __m128i q0 = simd::load<16>(q), q1 = simd::load<16>(row(q, step, 1));
@@ -253,37 +268,84 @@ inline __attribute__((always_inline)) void lumaHorEdge(Mox8u* q, int step, const
         __m128i v[8];
         #pragma GCC unroll 16
         for (int k = 0; k < 8; ++k) v[k] = simd::load<16>(row(q, step, k - 4));
-        if (!(K == EdgeKind::Strong ? lumaStrong<Bytes>(v, L) : lumaFilter(v, L))) return;
+        bool changed;
+        if constexpr (K == EdgeKind::Strong)
+            changed = lumaStrong<Bytes>(v, L);
+        else
+            changed = lumaFilter(v, L);
+        if (!changed) return;
         #pragma GCC unroll 16
         for (int k = 1; k < 7; ++k) simd::store<16>(row(q, step, k - 4), v[k]);
     }
 }
 
-template <EdgeKind K>
-__attribute__((noinline)) void lumaHorEdgeOutOfLine(Mox8u* q, int step, const Lanes& L) {
-    lumaHorEdge<K>(q, step, L);
+// Per-lane parameters of an edge of lines without strength 4 (tc0; sm1 is
+// not read) or with strengths 0 and 4 only (sm1; tc0 is not read): what
+// lumaNormal and lumaStrong read, built in registers.
+struct EdgeLanes {
+    __m128i am1, bm1, sm1, tc0, active;
+};
+
+// Lines with nonzero strength among four strengths (each over 4 lanes).
+MOX_INLINE __m128i activeOf(const Mox8u* bs) {
+    return _mm_xor_si128(Bytes::isZero(spread4(bs)), _mm_set1_epi8(-1));
 }
 
-__attribute__((noinline)) void lumaHor(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mox8u* tc0, const Mox8u* bs) {
+// A horizontal luma edge of mixed strengths, its parameters built here.
+__attribute__((noinline)) void lumaHorMixed(Mox8u* q, int step, const Mox8u* tc0, const Mox8u* bs, Limits l) {
+    lumaHorEdge<EdgeKind::Mixed>(q, step, lanes(spread4(bs), spread4(tc0), broadcast(l)));
+}
+
+// Horizontal luma edge e of the macroblock at p, its strengths not all 0
+// and none 4, with thresholds am1, bm1 (broadcast).
+MOX_INLINE void lumaHorNormalAt(Mox8u* p, int step, int e, const Mox8u* tc0, const Mox8u* bs, __m128i am1, __m128i bm1) {
+    const EdgeLanes L{am1, bm1, am1, spread4(tc0 + 4 * e), activeOf(bs + 4 * e)};
+    lumaHorEdge<EdgeKind::Normal>(row(p, step, 4 * e), step, L);
+}
+
+// Horizontal luma edge e of any strengths with usable thresholds l.
+MOX_INLINE void lumaHorEdgeAt(Mox8u* p, int step, int e, const Mox8u* tc0, const Mox8u* bs, const Limits& l,
+                              __m128i am1, __m128i bm1, __m128i sm1) {
+    const uint32_t b4 = load32(bs + 4 * e);
+    if (b4 == 0) return;
+    Mox8u* q = row(p, step, 4 * e);
+    if (onlyStrong(b4))
+        lumaHorEdge<EdgeKind::Strong>(q, step, EdgeLanes{am1, bm1, sm1, am1, activeOf(bs + 4 * e)});
+    else if (hasStrong(b4))
+        lumaHorMixed(q, step, tc0 + 4 * e, bs + 4 * e, l);
+    else
+        lumaHorNormalAt(p, step, e, tc0, bs, am1, bm1);
+}
+
+// Edge 0 takes the thresholds of the macroblock edge (class 0), edges 1..3
+// the inner ones (class 1). With 8-bit alpha and beta, alpha - 1 and beta - 1
+// are bytes (wrapping only for 0, which turns the class off). Without
+// strength 4 anywhere (inter macroblocks) every edge runs the normal filter
+// alone, unrolled.
+__attribute__((noinline)) void lumaHorEdges(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mox8u* tc0,
+                                            const Mox8u* bs) {
+    const bool off0 = alpha[0] == 0 || beta[0] == 0, off1 = alpha[1] == 0 || beta[1] == 0;
+    const __m128i am1 = Bytes::set(alpha[1] - 1), bm1 = Bytes::set(beta[1] - 1);
+    if (_mm_movemask_epi8(_mm_cmpeq_epi8(simd::load<16>(bs), Bytes::set(4))) == 0) {
+        if (!off0 && load32(bs) != 0) lumaHorNormalAt(p, step, 0, tc0, bs, Bytes::set(alpha[0] - 1), Bytes::set(beta[0] - 1));
+        if (off1) return;
+        #pragma GCC unroll 4
+        for (int e = 1; e < 4; ++e)
+            if (load32(bs + 4 * e) != 0) lumaHorNormalAt(p, step, e, tc0, bs, am1, bm1);
+        return;
+    }
+    const Limits l0 = limits(alpha[0], beta[0]), l1 = limits(alpha[1], beta[1]);
+    if (!off0) lumaHorEdgeAt(p, step, 0, tc0, bs, l0, Bytes::set(l0.am1), Bytes::set(l0.bm1), Bytes::set(l0.sm1));
+    if (off1) return;
+    const __m128i sm1 = Bytes::set(l1.sm1);
+    for (int e = 1; e < 4; ++e) lumaHorEdgeAt(p, step, e, tc0, bs, l1, am1, bm1, sm1);
+}
+
+MOX_INLINE void lumaHor(Mox8u* p, int step, const Mox8u* alpha, const Mox8u* beta, const Mox8u* tc0, const Mox8u* bs) {
     uint64_t lo, hi;
     std::memcpy(&lo, bs, 8);
     std::memcpy(&hi, bs + 8, 8);
-    if ((lo | hi) == 0) return;
-    const Broadcast cls[2] = {broadcast(limits(alpha[0], beta[0])), broadcast(limits(alpha[1], beta[1]))};
-    for (int e = 0; e < 4; ++e) {
-        const uint32_t b4 = load32(bs + 4 * e);
-        if (b4 == 0) continue;
-        const Broadcast& l = cls[e ? 1 : 0];
-        if (l.off) continue;
-        const Lanes L = lanes(spread4(bs + 4 * e), spread4(tc0 + 4 * e), l);
-        Mox8u* q = row(p, step, 4 * e);
-        if (onlyStrong(b4))
-            lumaHorEdge<EdgeKind::Strong>(q, step, L);
-        else if (hasStrong(b4))
-            lumaHorEdgeOutOfLine<EdgeKind::Mixed>(q, step, L);
-        else
-            lumaHorEdge<EdgeKind::Normal>(q, step, L);
-    }
+    if ((lo | hi) != 0) lumaHorEdges(p, step, alpha, beta, tc0, bs);
 }
 
 // The whole macroblock is transposed once (columns -4..15 as 20 registers of
