@@ -7,11 +7,13 @@
 // holds them as its four words, so one 4 x 8 word transpose of the lines
 // (each line one movq) gives them. The three edge measures
 // 2 (Pa - Pd) - 5 (Pb - Pc) are pmaddubsw of the pairs with (2, -5) and
-// (5, -2), in 16-bit lanes; decisions and the correction go back to bytes
-// (16 lines, natural order), where the third line of each group of four
-// gates its group (one pshufb) and P4, P5 move by at most |P4 - P5| / 2
-// towards each other, so byte arithmetic is exact. A vertical edge stores
-// only the (P4, P5) word of each line.
+// (5, -2), in 16-bit lanes, rounded and shifted by one pmulhrsw; they
+// saturate to bytes, where the decisions and the correction run on all
+// 16 lines at once (natural order): the third line of each group of four
+// gates its group (one pshufb, whose table also drops disabled groups) and
+// P4, P5 move by at most |P4 - P5| / 2 towards each other, so byte
+// arithmetic is exact. A vertical edge stores only the (P4, P5) word of
+// each line.
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -31,15 +33,12 @@ inline __m128i taps8(int a, int b) {
     return _mm_set1_epi16(static_cast<short>((static_cast<unsigned>(b) << 8) | (static_cast<unsigned>(a) & 0xFFu)));
 }
 
-// (m + 4) >> 3 of the pmaddubsw measure of pairs (x with 2, -5; y with 5, -2).
+// (m + 4) >> 3 of the pmaddubsw measure of pairs (x with 2, -5; y with 5, -2):
+// pmulhrsw by 2^12 is (m 2^12 + 2^14) >> 15, the same rounding in one step.
 MOX_INLINE __m128i measure(__m128i x, __m128i y) {
     const __m128i s = _mm_add_epi16(_mm_maddubs_epi16(x, taps8(2, -5)), _mm_maddubs_epi16(y, taps8(5, -2)));
-    return _mm_srai_epi16(_mm_add_epi16(s, _mm_set1_epi16(4)), 3);
+    return _mm_mulhrs_epi16(s, _mm_set1_epi16(1 << 12));
 }
-
-struct Half {
-    __m128i a0, filt, mag;  // a0; |a0| < pq and min(|a1|, |a2|) < |a0|; 5 (|a0| - a3) >> 3
-};
 
 // The samples of eight lines as byte pairs, one line per 16-bit lane:
 // (P1, P2), (P3, P4), (P5, P6), (P7, P8).
@@ -47,44 +46,50 @@ struct Pairs {
     __m128i q12, q34, q56, q78;
 };
 
-MOX_INLINE Half half(const Pairs& q, __m128i pq) {
-    Half h;
-    h.a0 = measure(q.q34, q.q56);
-    const __m128i A0 = _mm_abs_epi16(h.a0);
-    const __m128i a3 = _mm_min_epi16(_mm_abs_epi16(measure(q.q12, q.q34)), _mm_abs_epi16(measure(q.q56, q.q78)));
-    h.filt = _mm_and_si128(_mm_cmpgt_epi16(pq, A0), _mm_cmpgt_epi16(A0, a3));
-    const __m128i diff = _mm_sub_epi16(A0, a3);
-    h.mag = _mm_srli_epi16(_mm_add_epi16(_mm_slli_epi16(diff, 2), diff), 3);
-    return h;
-}
+// Per group of four lines, the byte of its third line for pshufb, or 0x80
+// (zero) when bit g of the disabled flags turns group g off.
+struct GateTable {
+    alignas(16) Mox8u idx[16][16];
+    constexpr GateTable() : idx() {
+        for (int d = 0; d < 16; ++d)
+            for (int i = 0; i < 16; ++i) idx[d][i] = static_cast<Mox8u>(d >> (i / 4) & 1 ? 0x80 : (i & ~3) + 2);
+    }
+};
+constexpr GateTable kGate;
 
 // Filters the lines of lo (and hi when N = 16), whose P4 and P5 bytes are p4
 // and p5, one line per byte in order (N = 8: only bytes 0..7 hold lines);
-// updates p4, p5 and returns false when no line changes.
+// updates p4, p5 and returns false when no line changes. The measures a0,
+// a1, a2 of 16 lines saturate to bytes: a line filters only when
+// |a0| < PQUANT <= 31 and min(|a1|, |a2|) < |a0|, which saturation keeps.
 template <int N>
 MOX_INLINE bool filter(const Pairs& lo8, const Pairs& hi8, __m128i& p4, __m128i& p5, int pq, unsigned disabled) {
-    const __m128i q = _mm_set1_epi16(static_cast<short>(pq));
-    const Half lo = half(lo8, q);
-    const Half hi = N == 16 ? half(hi8, q) : lo;
-    const __m128i down = _mm_subs_epu8(p4, p5), up = _mm_subs_epu8(p5, p4);
+    auto both = [&](auto f) { return _mm_packs_epi16(f(lo8), N == 16 ? f(hi8) : f(lo8)); };
+    const __m128i a0 = both([](const Pairs& q) { return measure(q.q34, q.q56); });
+    const __m128i A1 = _mm_abs_epi8(both([](const Pairs& q) { return measure(q.q12, q.q34); }));
+    const __m128i A2 = _mm_abs_epi8(both([](const Pairs& q) { return measure(q.q56, q.q78); }));
     const __m128i zero = _mm_setzero_si128();
-    const __m128i gt = _mm_xor_si128(_mm_cmpeq_epi8(down, zero), _mm_set1_epi8(-1));  // P4 > P5
-    const __m128i clip = _mm_and_si128(_mm_srli_epi16(_mm_or_si128(down, up), 1), _mm_set1_epi8(0x7F));
-    // FILTER_OTHER_3_PIXELS of every line, then gated by its group's third line.
-    __m128i filt = _mm_andnot_si128(_mm_cmpeq_epi8(clip, zero), _mm_packs_epi16(lo.filt, hi.filt));
-    // The byte of each group's third line, and the bit of each byte's group.
-    const __m128i third = _mm_setr_epi8(2, 2, 2, 2, 6, 6, 6, 6, 10, 10, 10, 10, 14, 14, 14, 14);
-    const __m128i groupBits = _mm_setr_epi8(1, 1, 1, 1, 2, 2, 2, 2, 4, 4, 4, 4, 8, 8, 8, 8);
-    filt = _mm_and_si128(filt, _mm_shuffle_epi8(filt, third));
-    // d applies only when a0 and P4 - P5 differ in sign; groups may be disabled.
-    const __m128i a0neg = _mm_cmpgt_epi8(zero, _mm_packs_epi16(lo.a0, hi.a0));
-    const __m128i enabled = _mm_cmpeq_epi8(_mm_and_si128(groupBits, _mm_set1_epi8(static_cast<char>(disabled))), zero);
-    const __m128i mask = _mm_and_si128(_mm_andnot_si128(_mm_xor_si128(a0neg, gt), filt), enabled);
-    if (_mm_testz_si128(mask, mask)) return false;
-    const __m128i m = _mm_and_si128(_mm_min_epu8(_mm_packus_epi16(lo.mag, hi.mag), clip), mask);
-    const __m128i n4 = _mm_blendv_epi8(_mm_add_epi8(p4, m), _mm_sub_epi8(p4, m), gt);
-    p5 = _mm_blendv_epi8(_mm_sub_epi8(p5, m), _mm_add_epi8(p5, m), gt);
-    p4 = n4;
+    const __m128i A0 = _mm_abs_epi8(a0), a3 = _mm_min_epu8(A1, A2);  // 0..128, unsigned
+    const __m128i small = _mm_cmpeq_epi8(_mm_subs_epu8(A0, _mm_set1_epi8(static_cast<char>(pq - 1))), zero);
+    // |a0| - a3 where the line passes both tests (then at most 30), else 0.
+    const __m128i diff = _mm_and_si128(_mm_subs_epu8(A0, a3), small);
+    const __m128i down = _mm_subs_epu8(p4, p5), up = _mm_subs_epu8(p5, p4);
+    // FILTER_OTHER_3_PIXELS: diff > 0 and clip = |P4 - P5| / 2 > 0, as
+    // min(2 diff, |P4 - P5|) > 1; then gated by the group's third line.
+    __m128i filt = _mm_cmpgt_epi8(_mm_min_epu8(_mm_add_epi8(diff, diff), _mm_or_si128(down, up)), _mm_set1_epi8(1));
+    const __m128i gate = _mm_load_si128(reinterpret_cast<const __m128i*>(kGate.idx[disabled & 15]));
+    filt = _mm_and_si128(filt, _mm_shuffle_epi8(filt, gate));
+    if (_mm_testz_si128(filt, filt)) return false;
+    // d = -sign(a0) 5 diff / 8 moves P4 and P5 towards each other by at most
+    // |P4 - P5| / 2, and not at all when a0 and P4 - P5 have the same sign:
+    // the clip is |P4 - P5| / 2 on the side a0 points to, 0 on the other.
+    const __m128i low7 = _mm_set1_epi8(0x7F);
+    const __m128i clip = _mm_and_si128(_mm_srli_epi16(_mm_blendv_epi8(up, down, a0), 1), low7);
+    const __m128i five = _mm_add_epi8(_mm_slli_epi16(diff, 2), diff);  // at most 150, no carry
+    const __m128i mag = _mm_and_si128(_mm_srli_epi16(five, 3), _mm_set1_epi8(0x1F));
+    const __m128i m = _mm_sign_epi8(_mm_and_si128(_mm_min_epu8(mag, clip), filt), a0);  // -d
+    p4 = _mm_add_epi8(p4, m);
+    p5 = _mm_sub_epi8(p5, m);
     return true;
 }
 

@@ -33,7 +33,7 @@ MOX_INLINE __m128i mulc(__m128i v) {
         return _mm_slli_epi16(v, 2);
     else if constexpr (C == 16)
         return _mm_slli_epi16(v, 4);
-    else if constexpr (C == 6 || C == 9 || C == 12 || C == 15)
+    else if constexpr (C == 3 || C == 6 || C == 12)
         return vc1::mulm<C>(v);  // the 8-point factors
     else
         return _mm_mullo_epi16(v, _mm_set1_epi16(C));
@@ -42,25 +42,37 @@ MOX_INLINE __m128i mulc(__m128i v) {
 MOX_INLINE __m128i add(__m128i a, __m128i b) { return _mm_add_epi16(a, b); }
 MOX_INLINE __m128i sub(__m128i a, __m128i b) { return _mm_sub_epi16(a, b); }
 
+// v >> S in 16-bit lanes. The column pass (S = 7) takes its shifts as
+// pmulhw by 2^9, the same floor((v 2^9) / 2^16), which moves them off the
+// shuffle and shift units that the transposes keep busy.
+template <int S>
+MOX_INLINE __m128i shr(__m128i v) {
+    if constexpr (S == 7)
+        return _mm_mulhi_epi16(v, _mm_set1_epi16(1 << (16 - S)));
+    else
+        return _mm_srai_epi16(v, S);
+}
+
 // 8-point transform of x[0..7] into o[0..7]: (sum + R (+ 1 on outputs 4..7
-// when LOWER1)) >> S.
+// when LOWER1)) >> S. The odd half is written with A = 4 x1 + x7,
+// B = x1 - 4 x7, C = x3 + 4 x5, D = x5 - 4 x3, which turn the 15 and 9 taps
+// into multiples of 3: 16 x1 + 15 x3 + 9 x5 + 4 x7 = 4A + 3 (C - D),
+// 15 x1 - 4 x3 - 16 x5 - 9 x7 = 3 (A + B) - 4C, 9 x1 - 16 x3 + 4 x5 + 15 x7 =
+// 3 (A - B) + 4D and 4 x1 - 9 x3 + 15 x5 - 16 x7 = 4B + 3 (C + D).
 template <int R, int S, bool LOWER1>
 MOX_INLINE void idct8(const __m128i x[8], __m128i o[8]) {
     const __m128i dc = add(mulc<12>(x[0]), _mm_set1_epi16(R)), x4 = mulc<12>(x[4]);
     const __m128i t1 = add(dc, x4), t2 = sub(dc, x4);
     const __m128i t3 = add(mulc<16>(x[2]), mulc<6>(x[6])), t4 = sub(mulc<6>(x[2]), mulc<16>(x[6]));
     __m128i t5 = add(t1, t3), t6 = add(t2, t4), t7 = sub(t2, t4), t8 = sub(t1, t3);
-    // The 16 and 4 taps pair up as 4 * (4a + b) and 4 * (a - 4b).
-    const __m128i a17 = mulc<4>(add(mulc<4>(x[1]), x[7])), b17 = mulc<4>(sub(x[1], mulc<4>(x[7])));
-    const __m128i a53 = mulc<4>(add(x[3], mulc<4>(x[5]))), b53 = mulc<4>(sub(x[5], mulc<4>(x[3])));
-    const __m128i o1 = add(a17, add(mulc<15>(x[3]), mulc<9>(x[5])));
-    const __m128i o2 = sub(sub(mulc<15>(x[1]), mulc<9>(x[7])), a53);
-    const __m128i o3 = add(add(mulc<9>(x[1]), mulc<15>(x[7])), b53);
-    const __m128i o4 = add(b17, sub(mulc<15>(x[5]), mulc<9>(x[3])));
-    o[0] = _mm_srai_epi16(add(t5, o1), S);
-    o[1] = _mm_srai_epi16(add(t6, o2), S);
-    o[2] = _mm_srai_epi16(add(t7, o3), S);
-    o[3] = _mm_srai_epi16(add(t8, o4), S);
+    const __m128i A = add(mulc<4>(x[1]), x[7]), B = sub(x[1], mulc<4>(x[7]));
+    const __m128i C = add(x[3], mulc<4>(x[5])), D = sub(x[5], mulc<4>(x[3]));
+    const __m128i o1 = add(mulc<4>(A), mulc<3>(sub(C, D))), o4 = add(mulc<4>(B), mulc<3>(add(C, D)));
+    const __m128i o2 = sub(mulc<3>(add(A, B)), mulc<4>(C)), o3 = add(mulc<3>(sub(A, B)), mulc<4>(D));
+    o[0] = shr<S>(add(t5, o1));
+    o[1] = shr<S>(add(t6, o2));
+    o[2] = shr<S>(add(t7, o3));
+    o[3] = shr<S>(add(t8, o4));
     if constexpr (LOWER1) {
         const __m128i one = _mm_set1_epi16(1);
         t5 = add(t5, one);
@@ -68,10 +80,10 @@ MOX_INLINE void idct8(const __m128i x[8], __m128i o[8]) {
         t7 = add(t7, one);
         t8 = add(t8, one);
     }
-    o[4] = _mm_srai_epi16(sub(t8, o4), S);
-    o[5] = _mm_srai_epi16(sub(t7, o3), S);
-    o[6] = _mm_srai_epi16(sub(t6, o2), S);
-    o[7] = _mm_srai_epi16(sub(t5, o1), S);
+    o[4] = shr<S>(sub(t8, o4));
+    o[5] = shr<S>(sub(t7, o3));
+    o[6] = shr<S>(sub(t6, o2));
+    o[7] = shr<S>(sub(t5, o1));
 }
 
 // 4-point transform of x[0..3] into o[0..3].
@@ -89,8 +101,9 @@ MOX_INLINE void idct4(const __m128i x[4], __m128i o[4]) {
 // Residual rows of an 8x8 block: res[y] holds row y.
 MOX_INLINE void residual8x8(const Mox16s* src, int ss, __m128i res[8]) {
     __m128i in[8], x[8], d[8];
+    const RowQuads<const Mox16s, 2> rows(src, ss);  // eight rows from two bases
 #pragma GCC unroll 8
-    for (int y = 0; y < 8; ++y) in[y] = simd::load<16>(row(src, ss, y));
+    for (int y = 0; y < 8; ++y) in[y] = simd::load<16>(rows(y));
     vc1::transpose8(in, x);
     idct8<4, 3, false>(x, d);
     vc1::transpose8(d, x);
@@ -225,7 +238,7 @@ MOX_INLINE void residual(const Mox16s* src, int ss, __m128i r[8]) {
 }
 
 template <int W, int H>
-void inverse(const Mox16s* src, int ss, Mox16s* dst, int ds) {
+MOX_INLINE void inverse(const Mox16s* src, int ss, Mox16s* dst, int ds) {
     __m128i r[8];
     residual<W, H>(src, ss, r);
     if constexpr (W == 4) {
@@ -235,8 +248,9 @@ void inverse(const Mox16s* src, int ss, Mox16s* dst, int ds) {
             _mm_storeh_pd(reinterpret_cast<double*>(row(dst, ds, kPairLines<H>[k][1])), _mm_castsi128_pd(r[k]));
         }
     } else {
+        const RowQuads<Mox16s, H / 4> rows(dst, ds);
 #pragma GCC unroll 8
-        for (int y = 0; y < H; ++y) simd::store<16>(row(dst, ds, y), r[y]);
+        for (int y = 0; y < H; ++y) simd::store<16>(rows(y), r[y]);
     }
 }
 
@@ -262,7 +276,7 @@ MOX_INLINE void addLines4(const Mox8u* pred, int ps, Mox8u* dst, int ds, const i
 }
 
 template <int W, int H>
-void inverseAdd(const Mox16s* src, int ss, const Mox8u* pred, int ps, Mox8u* dst, int ds) {
+MOX_INLINE void inverseAdd(const Mox16s* src, int ss, const Mox8u* pred, int ps, Mox8u* dst, int ds) {
     __m128i r[8];
     residual<W, H>(src, ss, r);
     if constexpr (W == 4) {
