@@ -51,11 +51,7 @@ public:
     __attribute__((always_inline)) void skip(int n) {
         used_ += n;
         win_ <<= n;
-        if (__builtin_expect(used_ > 32, 0)) {
-            ++p_;
-            used_ -= 32;
-            load();
-        }
+        moveOn();
     }
     // skip(w & 0xFF) for a look-up entry word whose low byte is a length
     // (0..32): the window shift takes w as it is (a 64-bit shift counts
@@ -63,11 +59,7 @@ public:
     __attribute__((always_inline)) void skipLowByte(uint32_t w) {
         used_ += static_cast<int>(w & 0xFF);
         win_ <<= (w & 63);
-        if (__builtin_expect(used_ > 32, 0)) {
-            ++p_;
-            used_ -= 32;
-            load();
-        }
+        moveOn();
     }
     uint32_t read(int n) {
         uint32_t v = peek(n);
@@ -120,6 +112,15 @@ public:
     }
 
 private:
+    // After a skip: the pair of words moves on once a bit of the second word
+    // has been consumed.
+    __attribute__((always_inline)) void moveOn() {
+        if (__builtin_expect(used_ > 32, 0)) {
+            ++p_;
+            used_ -= 32;
+            load();
+        }
+    }
     // The pair as one 64-bit load with its halves swapped on little-endian
     // hosts: one load instead of two on the decoders' first code.
     void load() {
@@ -285,27 +286,12 @@ public:
     ByteBackReader(const Mox8u* p, int offset)
         : next_(p - 1), acc_(offset ? static_cast<uint64_t>(p[0] >> (8 - offset)) : 0), have_(offset) {}
 
-    // The n (1..32) bits just before the cursor as a number (the bit nearest
-    // the cursor least significant).
-    uint32_t peek(int n) {
-        fill(n);
-        return static_cast<uint32_t>(acc_ & ((uint64_t{1} << n) - 1));
+    // Reads are a fill, then bits() and skip() on what is held: fill(n) for
+    // any n up to 32, fillShort(n) for n up to 16 while at least n - 16 bits
+    // are held (two loads at most, no loop).
+    void fill(int n) {
+        while (have_ < n) loadByte();
     }
-    // Moves back over n (0..32) bits.
-    void back(int n) {
-        fill(n);
-        acc_ >>= n;
-        have_ -= n;
-    }
-    uint32_t read(int n) {
-        uint32_t v = peek(n);
-        acc_ >>= n;
-        have_ -= n;
-        return v;
-    }
-
-    // The decoders' form: fillShort(n) for n up to 16 while at least n - 16
-    // bits are held (two loads at most), then bits() and skip() on what is held.
     void fillShort(int n) {
         if (have_ < n) {
             loadByte();
@@ -343,9 +329,6 @@ private:
     void loadByte() {
         acc_ |= static_cast<uint64_t>(*next_--) << have_;
         have_ += 8;
-    }
-    void fill(int n) {
-        while (have_ < n) loadByte();
     }
 
     const Mox8u* next_;  // the next byte to load (toward the start)

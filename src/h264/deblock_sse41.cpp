@@ -18,10 +18,6 @@ namespace {
 using namespace mox;
 using namespace mox::deblock;
 
-// floor((a + b) / 2).
-MOX_INLINE __m128i avgDown(__m128i a, __m128i b) {
-    return _mm_sub_epi8(_mm_avg_epu8(a, b), _mm_and_si128(_mm_xor_si128(a, b), _mm_set1_epi8(1)));
-}
 
 // Per-lane parameters of up to 16 lines.
 struct Lanes {
@@ -156,7 +152,7 @@ MOX_INLINE bool chromaFilter(__m128i p1, __m128i& p0, __m128i& q0, __m128i q1, c
     const __m128i filt = lineMask<Bytes>(p1, p0, q0, q1, L);
     if (_mm_movemask_epi8(filt) == 0) return false;
     const __m128i strong = _mm_and_si128(L.strong, filt);
-    const __m128i sp0 = _mm_avg_epu8(p1, avgDown(p0, q1)), sq0 = _mm_avg_epu8(q1, avgDown(q0, p1));
+    const __m128i sp0 = _mm_avg_epu8(p1, Bytes::avgDown(p0, q1)), sq0 = _mm_avg_epu8(q1, Bytes::avgDown(q0, p1));
     applyDelta(p1, p0, q0, q1, _mm_adds_epu8(L.tc0, _mm_set1_epi8(1)), _mm_andnot_si128(L.strong, filt));
     p0 = _mm_blendv_epi8(p0, sp0, strong);
     q0 = _mm_blendv_epi8(q0, sq0, strong);

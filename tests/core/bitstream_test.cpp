@@ -167,10 +167,10 @@ TEST(ByteCursor, ReadsMatchTheBitModelAndStayWithinOneByteAhead) {
     }
 }
 
-// The backward reader: reads, peeks and steps back of up to 32 bits, and the
-// decoders' short fills and three-byte loads, toward the start of a stream
-// held in exactly its bytes (the sanitizer build reports a look behind the
-// bits read), marks kept as copies.
+// The backward reader: fills of up to 32 bits and of up to 16 (two loads),
+// steps back over what is held, and three-byte loads, toward the start of a
+// stream held in exactly its bytes (the sanitizer build reports a look behind
+// the bits read), marks kept as copies.
 TEST(ByteCursor, BackReaderMatchesTheBitModel) {
     Rng r(12);
     std::vector<Mox8u> bytes(200);
@@ -198,12 +198,15 @@ TEST(ByteCursor, BackReaderMatchesTheBitModel) {
                 rd.skip(m);
                 pos -= m;
             } else {
-                ASSERT_EQ(rd.peek(n), byteBits(b, pos - n, n));
+                rd.fill(n);
+                ASSERT_EQ(rd.bits(n), byteBits(b, pos - n, n));
                 const int m = r.uniform(0, n);
                 if (r.coin()) {
-                    rd.back(m);
+                    rd.skip(m);
                 } else if (m > 0) {
-                    ASSERT_EQ(rd.read(m), byteBits(b, pos - m, m));
+                    rd.fill(m);
+                    ASSERT_EQ(rd.bits(m), byteBits(b, pos - m, m));
+                    rd.skip(m);
                 }
                 pos -= m;
             }
