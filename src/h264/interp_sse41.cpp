@@ -141,6 +141,7 @@ constexpr int kBandRows = 16;
 template <int W, int DX, int DY>
 [[gnu::always_inline]] inline void lumaRowsBody(const Mox8u* src, int ss, Mox8u* dst, int ds, int h) {
     if constexpr (DY == 0) {
+#pragma GCC unroll 4
         for (int y = 0; y < h; ++y) {
             const Mox8u* s = row(src, ss, y);
             __m128i v;
