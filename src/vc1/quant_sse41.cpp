@@ -18,6 +18,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "core/check.h"
 #include "core/pixel.h"
@@ -54,8 +55,17 @@ inline void storeReg(Mox16s* p, int step, int i, __m128i v) {
 }
 
 // ---------------------------------------------------------------- inverse
-// 1 + the index of the highest set bit of m, 0 when m is 0.
-inline int bitExtent(uint64_t m) { return 63 ^ __builtin_clzll(2 * m + 1); }  // one bsr
+// Bit length of each byte value (0 for 0, 1 for 1, 2 for 2..3, ..., 8 for
+// 128..255): the extents are read from masks of at most 8 bits with one load
+// each, where bsr would be a slow multi-step instruction (several ticks a
+// call for two of them).
+struct BitLengthTable {
+    uint8_t v[256];
+    constexpr BitLengthTable() : v() {
+        for (int i = 1; i < 256; ++i) v[i] = static_cast<uint8_t>(v[i / 2] + 1);
+    }
+};
+constexpr BitLengthTable kBitLength{};
 
 // Bit i set where byte i of bytes is non-zero: paddusb of 0x7F moves
 // "non-zero" into each byte's top bit for pmovmskb (a 0x80 byte in top sets
@@ -67,16 +77,29 @@ MOX_INLINE uint32_t nonZeroBytes(__m128i bytes, __m128i top = _mm_set1_epi8(127)
 // Non-zero extent of the N (2 or 4) registers of a W x H block of up to 32
 // coefficients, with no branch on the values: one mask with bit W * y + x
 // for coefficient (x, y) (packsswb keeps a word non-zero exactly when it was
-// non-zero), its rows folded together for the columns.
+// non-zero), its rows folded together for the columns; and one mask of the
+// rows, from packing the coefficient bytes on (each pack ORs neighbours in
+// raster order) until one byte stands for one row.
 template <int W, int H, int N>
 MOX_INLINE MoxiSize extentOf(const __m128i (&r)[N], bool intra) {
     static_assert(N == 2 || N == 4, "at most 32 coefficients");
-    uint64_t m = nonZeroBytes(_mm_packs_epi16(r[0], r[1]));
-    if constexpr (N == 4) m |= static_cast<uint64_t>(nonZeroBytes(_mm_packs_epi16(r[2], r[3]))) << 16;
-    uint64_t cols = m;
+    const __m128i z = _mm_setzero_si128();
+    const __m128i p0 = _mm_packs_epi16(r[0], r[1]);
+    __m128i pairs;  // byte j non-zero where coefficient 2j or 2j + 1 is
+    uint32_t m = nonZeroBytes(p0);
+    if constexpr (N == 4) {
+        const __m128i p1 = _mm_packs_epi16(r[2], r[3]);
+        m |= nonZeroBytes(p1) << 16;
+        pairs = _mm_packs_epi16(p0, p1);
+    } else {
+        pairs = _mm_packs_epi16(p0, z);
+    }
+    __m128i rows = _mm_packs_epi16(pairs, z);  // a byte per 4 coefficients
+    if constexpr (W == 8) rows = _mm_packs_epi16(rows, z);
+    uint32_t cols = m;
     for (int span = W * H / 2; span >= W; span /= 2) cols |= cols >> span;
-    if (intra) m |= 1;  // row 0 always counts
-    return {bitExtent(cols & ((1u << W) - 1)), (bitExtent(m) + W - 1) / W};
+    const uint32_t rowMask = (nonZeroBytes(rows) & ((1u << H) - 1)) | (intra ? 1u : 0u);  // row 0 always counts
+    return {kBitLength.v[cols & ((1u << W) - 1)], kBitLength.v[rowMask]};
 }
 
 // c * quant, or sign(c) * (|c| * quant + half) for the non-uniform rule (the
@@ -129,9 +152,7 @@ MOX_INLINE void quantInv8x8(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int d
                                               127, 127)
                               : _mm_set1_epi8(127);
     const uint32_t m = nonZeroBytes(both, top);
-    const int width = 31 ^ __builtin_clz((m & 0xFF) * 2 + 1);
-    const int height = 31 ^ __builtin_clz((m >> 7) | 1);
-    *pDstSizeNZ = {width, height};
+    *pDstSizeNZ = {kBitLength.v[m & 0xFF], kBitLength.v[m >> 8]};
 }
 
 template <int W, int H, bool Intra, bool Nonuniform>
@@ -173,16 +194,22 @@ template <bool Nonuniform>
 constexpr InvKernel kInterSmall[3] = {quantInvInter<4, 4, Nonuniform>, quantInvInter<4, 8, Nonuniform>,
                                       quantInvInter<8, 4, Nonuniform>};
 
-// The size checks after the pointer checks (both sides 4 or 8: each minus 4
-// is 0 or 4, and 8x8 is where both are 4), then the kernel.
+// After the pointer checks: 8x8 first, found with one compare of the size
+// as a 64-bit word; then the size checks of the others (both sides 4 or 8:
+// each minus 4 is 0 or 4) and their kernel.
 template <bool Nonuniform>
 MOX_INLINE MoxStatus runInterInv(const Mox16s* pSrc, int srcStep, Mox16s* pDst, int dstStep, int quant,
                                            MoxiSize roi, MoxiSize* pDstSizeNZ) {
+    static_assert(sizeof(MoxiSize) == 8, "width then height, 32 bits each");
+    uint64_t wh;
+    std::memcpy(&wh, &roi, sizeof wh);
+    if (wh == (uint64_t{8} << 32 | 8)) {
+        quantInv8x8<false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
+        return moxStsNoErr;
+    }
     const uint32_t w = static_cast<uint32_t>(roi.width) - 4, h = static_cast<uint32_t>(roi.height) - 4;
     MOX_CHECK(((w | h) & ~4u) == 0, moxStsSizeErr);
-    if (!(w & h)) return kInterSmall<Nonuniform>[(w | h >> 1) >> 1](pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
-    quantInv8x8<false, Nonuniform>(pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
-    return moxStsNoErr;
+    return kInterSmall<Nonuniform>[(w | h >> 1) >> 1](pSrc, srcStep, pDst, dstStep, quant, pDstSizeNZ);
 }
 
 // ---------------------------------------------------------------- forward

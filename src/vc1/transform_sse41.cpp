@@ -42,15 +42,27 @@ MOX_INLINE __m128i mulc(__m128i v) {
 MOX_INLINE __m128i add(__m128i a, __m128i b) { return _mm_add_epi16(a, b); }
 MOX_INLINE __m128i sub(__m128i a, __m128i b) { return _mm_sub_epi16(a, b); }
 
-// v >> S in 16-bit lanes. The column pass (S = 7) takes its shifts as
-// pmulhw by 2^9, the same floor((v 2^9) / 2^16), which moves them off the
-// shuffle and shift units that the transposes keep busy.
+// v >> S in 16-bit lanes as pmulhw by 2^(16 - S), the same
+// floor((v 2^(16 - S)) / 2^16), which keeps the shifts of the 8-point passes
+// off the shuffle and shift units that the transposes keep busy.
 template <int S>
 MOX_INLINE __m128i shr(__m128i v) {
-    if constexpr (S == 7)
-        return _mm_mulhi_epi16(v, _mm_set1_epi16(1 << (16 - S)));
+    return _mm_mulhi_epi16(v, _mm_set1_epi16(1 << (16 - S)));
+}
+
+// v * 16: pmullw in the row pass, psllw in the column pass (see idct8).
+template <bool RowPass>
+MOX_INLINE __m128i mul16(__m128i v) {
+    if constexpr (RowPass)
+        return vc1::mulm<16>(v);
     else
-        return _mm_srai_epi16(v, S);
+        return mulc<16>(v);
+}
+
+// Values that the compiler must keep as they are: without this it re-forms
+// sums of the butterfly (the adds are modular, so it may) into longer code.
+MOX_INLINE void keep(__m128i& a, __m128i& b, __m128i& c, __m128i& d) {
+    __asm__("" : "+x"(a), "+x"(b), "+x"(c), "+x"(d));
 }
 
 // 8-point transform of x[0..7] into o[0..7]: (sum + R (+ 1 on outputs 4..7
@@ -59,16 +71,24 @@ MOX_INLINE __m128i shr(__m128i v) {
 // into multiples of 3: 16 x1 + 15 x3 + 9 x5 + 4 x7 = 4A + 3 (C - D),
 // 15 x1 - 4 x3 - 16 x5 - 9 x7 = 3 (A + B) - 4C, 9 x1 - 16 x3 + 4 x5 + 15 x7 =
 // 3 (A - B) + 4D and 4 x1 - 9 x3 + 15 x5 - 16 x7 = 4B + 3 (C + D).
+//
+// The row pass (LOWER1 false) multiplies x2 and x6 by 16 with pmullw rather
+// than psllw: its even half is off the longest chain, and the shift units
+// are the busier ones. The intermediate values are pinned with keep().
 template <int R, int S, bool LOWER1>
 MOX_INLINE void idct8(const __m128i x[8], __m128i o[8]) {
     const __m128i dc = add(mulc<12>(x[0]), _mm_set1_epi16(R)), x4 = mulc<12>(x[4]);
     const __m128i t1 = add(dc, x4), t2 = sub(dc, x4);
-    const __m128i t3 = add(mulc<16>(x[2]), mulc<6>(x[6])), t4 = sub(mulc<6>(x[2]), mulc<16>(x[6]));
+    const __m128i t3 = add(mul16<!LOWER1>(x[2]), mulc<6>(x[6])), t4 = sub(mulc<6>(x[2]), mul16<!LOWER1>(x[6]));
     __m128i t5 = add(t1, t3), t6 = add(t2, t4), t7 = sub(t2, t4), t8 = sub(t1, t3);
-    const __m128i A = add(mulc<4>(x[1]), x[7]), B = sub(x[1], mulc<4>(x[7]));
-    const __m128i C = add(x[3], mulc<4>(x[5])), D = sub(x[5], mulc<4>(x[3]));
-    const __m128i o1 = add(mulc<4>(A), mulc<3>(sub(C, D))), o4 = add(mulc<4>(B), mulc<3>(add(C, D)));
-    const __m128i o2 = sub(mulc<3>(add(A, B)), mulc<4>(C)), o3 = add(mulc<3>(sub(A, B)), mulc<4>(D));
+    keep(t5, t6, t7, t8);
+    __m128i A = add(mulc<4>(x[1]), x[7]), B = sub(x[1], mulc<4>(x[7]));
+    __m128i C = add(x[3], mulc<4>(x[5])), D = sub(x[5], mulc<4>(x[3]));
+    keep(A, B, C, D);
+    __m128i cd = sub(C, D), cs = add(C, D), as = add(A, B), ad = sub(A, B);
+    keep(cd, cs, as, ad);
+    const __m128i o1 = add(mulc<4>(A), mulc<3>(cd)), o4 = add(mulc<4>(B), mulc<3>(cs));
+    const __m128i o2 = sub(mulc<3>(as), mulc<4>(C)), o3 = add(mulc<3>(ad), mulc<4>(D));
     o[0] = shr<S>(add(t5, o1));
     o[1] = shr<S>(add(t6, o2));
     o[2] = shr<S>(add(t7, o3));
@@ -284,12 +304,12 @@ MOX_INLINE void inverseAdd(const Mox16s* src, int ss, const Mox8u* pred, int ps,
         for (int k = 0; k < H / 2; k += 2)
             addLines4(pred, ps, dst, ds, kPairLines<H>[k], kPairLines<H>[k + 1], r[k], r[k + 1]);
     } else {
+        // Each prediction line widened by one pmovzxbw from memory.
 #pragma GCC unroll 4
         for (int y = 0; y < H; y += 2) {
-            const __m128i p = simd::load8x2(row(pred, ps, y), row(pred, ps, y + 1));
-            const __m128i z = _mm_setzero_si128();
-            const __m128i v = _mm_packus_epi16(_mm_adds_epi16(_mm_unpacklo_epi8(p, z), r[y]),
-                                               _mm_adds_epi16(_mm_unpackhi_epi8(p, z), r[y + 1]));
+            const __m128i p0 = _mm_cvtepu8_epi16(simd::load<8>(row(pred, ps, y)));
+            const __m128i p1 = _mm_cvtepu8_epi16(simd::load<8>(row(pred, ps, y + 1)));
+            const __m128i v = _mm_packus_epi16(_mm_adds_epi16(p0, r[y]), _mm_adds_epi16(p1, r[y + 1]));
             simd::store<8>(row(dst, ds, y), v);
             _mm_storeh_pd(reinterpret_cast<double*>(row(dst, ds, y + 1)), _mm_castsi128_pd(v));
         }
