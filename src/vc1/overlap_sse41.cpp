@@ -47,6 +47,7 @@ inline __m128i to8u(__m128i v) { return _mm_packus_epi16(_mm_add_epi16(v, _mm_se
 // Vertical edge between columns -1 and 0, N lines (rows).
 template <int N, class Out>
 void verEdge(const Mox16s* src, int ss, Out out) {
+#pragma GCC unroll 2
     for (int l0 = 0; l0 < N; l0 += 8) {
         // x0..x3 of 8 lines from one 8-byte load per row, and back.
         __m128i r[8], x[8];
@@ -67,6 +68,7 @@ void verEdge(const Mox16s* src, int ss, Out out) {
 // Horizontal edge between rows -1 and 0, N lines (columns).
 template <int N, class Out>
 void horEdge(const Mox16s* src, int ss, Out out) {
+#pragma GCC unroll 2
     for (int l0 = 0; l0 < N; l0 += 8) {
         __m128i x[4];
         for (int k = 0; k < 4; ++k) x[k] = simd::load<16>(row(src, ss, k - 2) + l0);
