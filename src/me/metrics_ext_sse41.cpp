@@ -144,6 +144,7 @@ inline const T* down(const T* p, int step) {
 template <int HX, int HY>
 MOX_KERNEL void sadBlocks8x8_8u(const Mox8u* s, int ss, const Mox8u* r, int rs, Mox16u* dst) {
     PredRows<Mox8u, HX, HY> pred(r, rs);
+#pragma GCC unroll 16
     for (int band = 0; band < 2; ++band) {
         __m128i acc = _mm_setzero_si128();  // psadbw: left and right block in the two halves
         #pragma GCC unroll 4
@@ -160,6 +161,7 @@ template <int HX, int HY>
 MOX_KERNEL void sadBlocks4x4_8u(const Mox8u* s, int ss, const Mox8u* r, int rs, Mox16u* dst) {
     PredRows<Mox8u, HX, HY> pred(r, rs);
     const __m128i ones = _mm_set1_epi8(1);
+#pragma GCC unroll 16
     for (int half = 0; half < 2; ++half) {
         // Two bands of four rows: sums of adjacent pairs of absolute differences.
         __m128i acc[2] = {};
@@ -177,6 +179,7 @@ MOX_KERNEL void sadBlocks4x4_8u(const Mox8u* s, int ss, const Mox8u* r, int rs, 
 template <int HX, int HY>
 MOX_KERNEL void sadBlocks8x8_16u(const Mox16u* s, int ss, const Mox16u* r, int rs, Mox32u* dst) {
     PredRows<Mox16u, HX, HY> pred(r, rs);
+#pragma GCC unroll 16
     for (int band = 0; band < 2; ++band) {
         __m128i acc[2] = {};  // left and right block, four 32-bit partial sums each
         #pragma GCC unroll 4
@@ -195,6 +198,7 @@ MOX_KERNEL void sadBlocks8x8_16u(const Mox16u* s, int ss, const Mox16u* r, int r
 template <int HX, int HY>
 MOX_KERNEL void sadBlocks4x4_16u(const Mox16u* s, int ss, const Mox16u* r, int rs, Mox32u* dst) {
     PredRows<Mox16u, HX, HY> pred(r, rs);
+#pragma GCC unroll 16
     for (int band = 0; band < 4; ++band) {
         // Lanes 0-1 of acc[v] belong to block 2v, lanes 2-3 to block 2v + 1.
         __m128i acc[2] = {};
@@ -509,6 +513,7 @@ template <int H, int HX, int HY>
 MOX_KERNEL void varMeanDiff(const Mox8u* s, int ss, const Mox8u* r, int rs, Mox32s* var, Mox32s* mean) {
     PredRows<Mox8u, HX, HY> pred(r, rs);
     const __m128i ones = _mm_set1_epi16(1);
+#pragma GCC unroll 16
     for (int band = 0; band < H / 8; ++band) {
         __m128i sl = _mm_setzero_si128(), sr = sl, ql = sl, qr = sl;
         #pragma GCC unroll 4

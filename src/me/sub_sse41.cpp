@@ -9,6 +9,7 @@ using namespace mox;
 template <int W, int H>
 void sub8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox16s* d, int ds) {
     const __m128i zero = _mm_setzero_si128();
+#pragma GCC unroll 16
     for (int y = 0; y < H; ++y) {
         const Mox8u* ra = row(a, as, y);
         const Mox8u* rb = row(b, bs, y);
@@ -26,6 +27,7 @@ void sub8u(const Mox8u* a, int as, const Mox8u* b, int bs, Mox16s* d, int ds) {
 
 template <int W, int H>
 void sub16u(const Mox16u* a, int as, const Mox16u* b, int bs, Mox16s* d, int ds) {
+#pragma GCC unroll 16
     for (int y = 0; y < H; ++y) {
         const Mox16u* ra = row(a, as, y);
         const Mox16u* rb = row(b, bs, y);

@@ -96,6 +96,7 @@ int quantDivide(Mox16s* pBlock, int qp, int bias, int maxLevel, DcT dc) {
     const __m128i lim = _mm_set1_epi16(static_cast<int16_t>(maxLevel));
     const __m128i zero = _mm_setzero_si128();
     __m128i zeros = zero;
+#pragma GCC unroll 16
     for (int i = 0; i < 8; ++i) {
         const __m128i v = loadRow(pBlock + 8 * i);
         __m128i a = _mm_abs_epi16(v);
@@ -124,6 +125,7 @@ int quantMatrix(Mox16s* pBlock, const FwdRecord& rec, int qp, int round, int max
     const __m128i lim = _mm_set1_epi16(static_cast<int16_t>(maxLevel));
     const __m128i zero = _mm_setzero_si128();
     __m128i zeros = zero;
+#pragma GCC unroll 16
     for (int i = 0; i < 8; ++i) {
         const __m128i v = loadRow(pBlock + 8 * i);
         const __m128i a = _mm_abs_epi16(v);
@@ -176,6 +178,7 @@ constexpr H263Consts h263Consts(int qp, int adj, int range) {
     int s = 0;
     while ((2 << s) <= 2 * qp) ++s;
     H263Consts k{};
+#pragma GCC unroll 16
     for (int i = 0; i < 8; ++i) {
         k.cap[i] = static_cast<int16_t>(range >> s);
         k.step[i] = static_cast<int16_t>(2 * qp);
