@@ -190,6 +190,33 @@ private:
     int off_;  // 0..7: bits of *p_ already used
 };
 
+// The fill steps shared by the byte readers: R holds `have_` bits and
+// loads one more byte with loadByte(). fill(n) makes at least n bits
+// available (n up to 57 forward, 32 backward); fillShort(n) does the same
+// for n up to 16 while at least n - 16 bits are held, in two loads at most
+// and no loop.
+template <class R>
+class ByteFill {
+public:
+    void fill(int n) {
+        while (have_ < n) self().loadByte();
+    }
+    void fillShort(int n) {
+        if (have_ < n) {
+            self().loadByte();
+            if (have_ < n) self().loadByte();
+        }
+    }
+    int available() const { return have_; }
+
+protected:
+    explicit ByteFill(int have) : have_(have) {}
+    int have_;  // unread bits held (0..64)
+
+private:
+    R& self() { return static_cast<R&>(*this); }
+};
+
 // Forward reader through a 64-bit accumulator holding the unread bits
 // left-aligned. fill(n) loads whole bytes, one at a time, while fewer than n
 // bits are held, so it never loads a byte past the one holding the n-th bit.
@@ -197,23 +224,11 @@ private:
 // holds from the cursor (for example the length of its shortest code plus
 // eight) therefore stays within the one byte of look-ahead of the cursor rule.
 // Constructing the reader loads the cursor's byte.
-class BufferedByteReader {
+class BufferedByteReader : public ByteFill<BufferedByteReader> {
 public:
     BufferedByteReader(const Mox8u* p, int offset)
-        : next_(p + 1), acc_(static_cast<uint64_t>(p[0]) << (56 + offset)), have_(8 - offset) {}
+        : ByteFill(8 - offset), next_(p + 1), acc_(static_cast<uint64_t>(p[0]) << (56 + offset)) {}
 
-    // Makes at least n (1..57) bits available.
-    void fill(int n) {
-        while (have_ < n) loadByte();
-    }
-    // fill(n) for n up to 16 while at least n - 16 bits are held: two steps at most.
-    void fillShort(int n) {
-        if (have_ < n) {
-            loadByte();
-            if (have_ < n) loadByte();
-        }
-    }
-    int available() const { return have_; }
     // The next n (1..32) bits; fill(n) must have been called.
     uint32_t peek(int n) const { return static_cast<uint32_t>(acc_ >> (64 - n)); }
     // The bit at index i (0: the next bit) of those available.
@@ -262,6 +277,7 @@ public:
     }
 
 private:
+    friend class ByteFill<BufferedByteReader>;
     void loadByte() {
         acc_ |= (static_cast<uint64_t>(*next_++) << 56) >> have_;
         have_ += 8;
@@ -269,7 +285,6 @@ private:
 
     const Mox8u* next_;  // first byte not loaded
     uint64_t acc_;       // unread bits, left-aligned; zero below them
-    int have_;           // unread bits in acc_ (0..64)
 };
 
 // The bits before the cursor, read toward the start of the stream, through a
@@ -279,26 +294,14 @@ private:
 // further back than its reads reach; only loadBytes3 loads bytes ahead of a
 // read, for a caller that knows the stream's bits reach that far. Copies are
 // cheap: a decoder keeps one as a mark to step back to.
-class ByteBackReader {
+class ByteBackReader : public ByteFill<ByteBackReader> {
 public:
     // Takes the used bits of the cursor's byte (none when offset is 0: that
     // byte is not read).
     ByteBackReader(const Mox8u* p, int offset)
-        : next_(p - 1), acc_(offset ? static_cast<uint64_t>(p[0] >> (8 - offset)) : 0), have_(offset) {}
+        : ByteFill(offset), next_(p - 1), acc_(offset ? static_cast<uint64_t>(p[0] >> (8 - offset)) : 0) {}
 
-    // Reads are a fill, then bits() and skip() on what is held: fill(n) for
-    // any n up to 32, fillShort(n) for n up to 16 while at least n - 16 bits
-    // are held (two loads at most, no loop).
-    void fill(int n) {
-        while (have_ < n) loadByte();
-    }
-    void fillShort(int n) {
-        if (have_ < n) {
-            loadByte();
-            if (have_ < n) loadByte();
-        }
-    }
-    int available() const { return have_; }
+    // Reads are a fill (ByteFill), then bits() and skip() on what is held.
     // The n (1..32) held bits just before the cursor.
     uint32_t bits(int n) const { return static_cast<uint32_t>(acc_ & ((uint64_t{1} << n) - 1)); }
     // Moves back over n held bits.
@@ -326,6 +329,7 @@ public:
     }
 
 private:
+    friend class ByteFill<ByteBackReader>;
     void loadByte() {
         acc_ |= static_cast<uint64_t>(*next_--) << have_;
         have_ += 8;
@@ -333,7 +337,6 @@ private:
 
     const Mox8u* next_;  // the next byte to load (toward the start)
     uint64_t acc_;       // the have_ bits before the cursor, the nearest lowest; zero above them
-    int have_;           // 0..64
 };
 
 class ByteWriter {

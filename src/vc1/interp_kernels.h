@@ -9,9 +9,9 @@
 
 namespace mox::vc1 {
 
-MoxStatus bicubic8u(const Mox8u* src, int srcStep, Mox8u* dst, int dstStep, MoxiSize size, int dx, int dy, int rnd);
-// Both return moxStsNoErr. `pairs`: interleaved U/V, size.width counting pairs.
-MoxStatus bilinear8u(const Mox8u* src, int srcStep, Mox8u* dst, int dstStep, MoxiSize size, int dx, int dy, int rnd,
+void bicubic8u(const Mox8u* src, int srcStep, Mox8u* dst, int dstStep, MoxiSize size, int dx, int dy, int rnd);
+// `pairs`: interleaved U/V, size.width counting pairs.
+void bilinear8u(const Mox8u* src, int srcStep, Mox8u* dst, int dstStep, MoxiSize size, int dx, int dy, int rnd,
                 bool pairs);
 
 }  // namespace mox::vc1

@@ -72,7 +72,7 @@ MOX_VC1_OUT_OF_LINE MoxStatus bicubicV(const Mox8u* src, int ss, Mox8u* dst, int
     const __m128i t01 = taps8(kTaps[DY][0], kTaps[DY][1]), t23 = taps8(kTaps[DY][2], kTaps[DY][3]);
     const __m128i bias = _mm_set1_epi16(static_cast<short>((1 << (s - 1)) - 1 + rnd));
     __m128i r0 = simd::load<W>(row(src, ss, -1)), r1 = simd::load<W>(src), r2 = simd::load<W>(row(src, ss, 1));
-    #pragma GCC unroll 16
+#pragma GCC unroll 16
     for (int y = 0; y < H; ++y) {
         const __m128i r3 = simd::load<W>(row(src, ss, y + 2));
         __m128i lo, hi;
@@ -93,7 +93,7 @@ MOX_VC1_OUT_OF_LINE MoxStatus bicubicH(const Mox8u* src, int ss, Mox8u* dst, int
     constexpr int s = kShift1D[DX];
     const __m128i t01 = taps8(kTaps[DX][0], kTaps[DX][1]), t23 = taps8(kTaps[DX][2], kTaps[DX][3]);
     const __m128i bias = _mm_set1_epi16(static_cast<short>((1 << (s - 1)) - rnd));
-    #pragma GCC unroll 16
+#pragma GCC unroll 16
     for (int y = 0; y < H; ++y) {
         const Mox8u* p = row(src, ss, y);
         __m128i lo, hi;
@@ -337,7 +337,7 @@ MOX_VC1_OUT_OF_LINE MoxStatus bilinearBlock(const Mox8u* src, int ss, Mox8u* dst
     };
     if constexpr (DY == 0) {
         const __m128i bias = _mm_set1_epi16(static_cast<short>(2 - rnd));
-        #pragma GCC unroll 16
+#pragma GCC unroll 16
         for (int y = 0; y < H; ++y) {
             __m128i lo, hi;
             hrow(row(src, ss, y), lo, hi);
@@ -348,7 +348,7 @@ MOX_VC1_OUT_OF_LINE MoxStatus bilinearBlock(const Mox8u* src, int ss, Mox8u* dst
     } else if constexpr (DX == 0) {
         const __m128i wy = taps8(4 - DY, DY), bias = _mm_set1_epi16(static_cast<short>(2 - rnd));
         __m128i r0 = simd::load<B>(src);
-        #pragma GCC unroll 16
+#pragma GCC unroll 16
         for (int y = 0; y < H; ++y) {
             const __m128i r1 = simd::load<B>(row(src, ss, y + 1));
             __m128i lo = _mm_maddubs_epi16(_mm_unpacklo_epi8(r0, r1), wy);
@@ -363,7 +363,7 @@ MOX_VC1_OUT_OF_LINE MoxStatus bilinearBlock(const Mox8u* src, int ss, Mox8u* dst
         const __m128i bias = _mm_set1_epi16(static_cast<short>(8 - rnd));
         __m128i lo0, hi0;
         hrow(src, lo0, hi0);
-        #pragma GCC unroll 16
+#pragma GCC unroll 16
         for (int y = 0; y < H; ++y) {
             __m128i lo1, hi1;
             hrow(row(src, ss, y + 1), lo1, hi1);
@@ -416,13 +416,13 @@ MOX_INLINE Kernel bilinearKernel(MoxiSize size, int dx, int dy, bool pairs) {
 
 namespace mox::vc1 {
 
-MoxStatus bicubic8u(const Mox8u* src, int srcStep, Mox8u* dst, int dstStep, MoxiSize size, int dx, int dy, int rnd) {
-    return bicubicKernel(size, dx, dy)(src, srcStep, dst, dstStep, rnd & 1);
+void bicubic8u(const Mox8u* src, int srcStep, Mox8u* dst, int dstStep, MoxiSize size, int dx, int dy, int rnd) {
+    bicubicKernel(size, dx, dy)(src, srcStep, dst, dstStep, rnd & 1);
 }
 
-MoxStatus bilinear8u(const Mox8u* src, int srcStep, Mox8u* dst, int dstStep, MoxiSize size, int dx, int dy, int rnd,
-                     bool pairs) {
-    return bilinearKernel(size, dx, dy, pairs)(src, srcStep, dst, dstStep, rnd & 1);
+void bilinear8u(const Mox8u* src, int srcStep, Mox8u* dst, int dstStep, MoxiSize size, int dx, int dy, int rnd,
+                bool pairs) {
+    bilinearKernel(size, dx, dy, pairs)(src, srcStep, dst, dstStep, rnd & 1);
 }
 
 }  // namespace mox::vc1
