@@ -80,7 +80,22 @@ inline int leftGradient(const T* p, int step, int c) {
 // with base = a + 16 - xc * b - yc * c.
 template <class T, int W, int H>
 inline void planeRows(T* p, int step, int base, int b, int c, int bitDepth) {
-    if constexpr (sizeof(T) == 1) {
+    if constexpr (sizeof(T) == 1 && W == 8) {
+        // Two 8-sample rows per register: rows y and y + 1 in the two halves.
+        const __m128i ramp = _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7);
+        __m128i r0 = _mm_add_epi16(_mm_set1_epi16(static_cast<short>(base)),
+                                   _mm_mullo_epi16(ramp, _mm_set1_epi16(static_cast<short>(b))));
+        __m128i r1 = _mm_add_epi16(r0, _mm_set1_epi16(static_cast<short>(c)));
+        const __m128i c2 = _mm_set1_epi16(static_cast<short>(2 * c));
+#pragma GCC unroll 8
+        for (int y = 0; y < H; y += 2) {
+            const __m128i s = _mm_packus_epi16(PlaneRows16::shift5(r0), PlaneRows16::shift5(r1));
+            simd::store<8>(row(p, step, y), s);
+            _mm_storeh_pi(reinterpret_cast<__m64*>(row(p, step, y + 1)), _mm_castsi128_ps(s));
+            r0 = _mm_add_epi16(r0, c2);
+            r1 = _mm_add_epi16(r1, c2);
+        }
+    } else if constexpr (sizeof(T) == 1) {
         PlaneRows16 rows({base, b, c});
         const std::ptrdiff_t s1 = step;
 #pragma GCC unroll 16
@@ -121,8 +136,66 @@ void predict16x16Plane(T* p, int step, int avail, int bitDepth) {
 
 // ---------------------------------------------------------------- chroma predictors (clause 8.3.4), 8 x H
 
+// Weights of the 8x8 chroma DC per availability (bit 0 up, 1 left upper
+// half, 2 left lower half): for the quarters 00, 01, 10, 11 the pairs
+// (wS, wL) on (s0, l0), (s1, l0), (s0, l1), (s1, l1) and the rounding c, all
+// times 32. A quarter averages both of its sides (weights 1, 1) or one side
+// (2 on it) or neither (128); the upper-right quarter prefers its upper side
+// and the lower-left one its left side.
+struct alignas(16) ChromaDcWeights {
+    short w[8];
+    int c[4];
+};
+static_assert(kAvailUp == 1 && kAvailLeft == 2 && kAvailLeftLower == 4, "the weights are indexed by avail & 7");
+constexpr ChromaDcWeights chromaDcWeights(int avail) {
+    const bool up = avail & 1, left = avail & 2, lower = avail & 4;
+    // Weights of one quarter whose two sides are there or not; `prefer`: the side taken alone when both are.
+    auto quarter = [](bool s, bool l, int prefer, short* w, int& c) {
+        const bool both = s && l && prefer == 0;
+        const bool takeS = !both && s && (prefer != 2 || !l), takeL = !both && l && !takeS;
+        w[0] = static_cast<short>(32 * (both ? 1 : takeS ? 2 : 0));
+        w[1] = static_cast<short>(32 * (both ? 1 : takeL ? 2 : 0));
+        c = 32 * (s || l ? 4 : 128 * 8 + 4);
+    };
+    ChromaDcWeights r{};
+    quarter(up, left, 0, r.w, r.c[0]);
+    quarter(up, left, 1, r.w + 2, r.c[1]);
+    quarter(up, lower, 2, r.w + 4, r.c[2]);
+    quarter(up, lower, 0, r.w + 6, r.c[3]);
+    return r;
+}
+constexpr ChromaDcWeights kChromaDcWeights[8] = {chromaDcWeights(0), chromaDcWeights(1), chromaDcWeights(2),
+                                                 chromaDcWeights(3), chromaDcWeights(4), chromaDcWeights(5),
+                                                 chromaDcWeights(6), chromaDcWeights(7)};
+
 template <class T, int H>
 void predictChromaDC(T* p, int step, int avail, int bitDepth) {
+    if constexpr (sizeof(T) == 1 && H == 8) {
+        // Each of the four DCs is (wS S + wL L + c) >> 3, S the sum of its
+        // column's four upper samples (s0 or s1) and L of its row's four left
+        // ones (l0 or l1), with weights and rounding chosen by the
+        // availability (kChromaDcWeights): one pmaddwd for all four. The
+        // weights are scaled by 32, which leaves each DC in byte 1 of its
+        // 32-bit lane, where one pshufb spreads it over its 4x4 quarter.
+        //
+        // First the dwords s0, 0, s1, 0 (nothing read where there is no upper row).
+        __m128i x = _mm_setzero_si128();
+        if (avail & kAvailUp) x = _mm_sad_epu8(_mm_cvtepu32_epi64(simd::load<8>(row(p, step, -1))), x);
+        const int l0 = avail & kAvailLeft ? leftSum<4>(p, step, 0) : 0;
+        const int l1 = avail & kAvailLeftLower ? leftSum<4>(p, step, 4) : 0;
+        x = _mm_insert_epi32(x, l0 | l1 << 16, 1);  // words s0, 0, l0, l1, s1
+        const __m128i v = _mm_shuffle_epi8(x, _mm_setr_epi8(0, 1, 4, 5, 8, 9, 4, 5, 0, 1, 6, 7, 8, 9, 6, 7));
+        const ChromaDcWeights& w = kChromaDcWeights[avail & 7];
+        __m128i dc = _mm_add_epi32(_mm_madd_epi16(v, _mm_load_si128(reinterpret_cast<const __m128i*>(w.w))),
+                                   _mm_load_si128(reinterpret_cast<const __m128i*>(w.c)));
+        dc = _mm_shuffle_epi8(dc, _mm_setr_epi8(1, 1, 1, 1, 5, 5, 5, 5, 9, 9, 9, 9, 13, 13, 13, 13));
+#pragma GCC unroll 4
+        for (int y = 0; y < 4; ++y) {
+            simd::store<8>(row(p, step, y), dc);
+            _mm_storeh_pi(reinterpret_cast<__m64*>(row(p, step, y + 4)), _mm_castsi128_ps(dc));
+        }
+        return;
+    }
     const T* above = row(p, step, -1);
     const int h = half<T>(bitDepth);
     int s0 = 0, s1 = 0;
@@ -138,24 +211,6 @@ void predictChromaDC(T* p, int step, int avail, int bitDepth) {
             s0 = above[0] + above[1] + above[2] + above[3];
             s1 = above[4] + above[5] + above[6] + above[7];
         }
-    }
-    if constexpr (sizeof(T) == 1 && H == 8) {
-        // The four DCs as bytes of one register, spread by one pshufb into
-        // rows 0..3 (low half) and rows 4..7 (high half).
-        const bool left = avail & kAvailLeft, lower = avail & kAvailLeftLower;
-        const int l0 = left ? leftSum<4>(p, step, 0) : 0, l1 = lower ? leftSum<4>(p, step, 4) : 0;
-        const int dc00 = up && left ? (s0 + l0 + 4) >> 3 : left ? (l0 + 2) >> 2 : up ? (s0 + 2) >> 2 : h;
-        const int dc01 = up ? (s1 + 2) >> 2 : left ? (l0 + 2) >> 2 : h;
-        const int dc10 = lower ? (l1 + 2) >> 2 : up ? (s0 + 2) >> 2 : h;
-        const int dc11 = up && lower ? (s1 + l1 + 4) >> 3 : lower ? (l1 + 2) >> 2 : up ? (s1 + 2) >> 2 : h;
-        const __m128i v = _mm_shuffle_epi8(_mm_cvtsi32_si128(dc00 | dc01 << 8 | dc10 << 16 | dc11 << 24),
-                                           _mm_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3));
-#pragma GCC unroll 4
-        for (int y = 0; y < 4; ++y) {
-            simd::store<8>(row(p, step, y), v);
-            _mm_storeh_pi(reinterpret_cast<__m64*>(row(p, step, y + 4)), _mm_castsi128_ps(v));
-        }
-        return;
     }
     for (int g = 0; g < H / 4; ++g) {
         const bool left = avail & (4 * g < H / 2 ? kAvailLeft : kAvailLeftLower);
