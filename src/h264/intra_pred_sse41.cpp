@@ -76,25 +76,33 @@ inline int leftGradient(const T* p, int step, int c) {
     return v[0] + v[1];
 }
 
+// Rows of an 8-wide 8-bit plane prediction from row 0 before the >> 5 (r0,
+// 16-bit lanes) and the step c between rows: two rows per register, row y
+// and y + 1 in its two halves.
+template <int H>
+inline void planeRows8(Mox8u* p, int step, __m128i r0, __m128i c) {
+    __m128i r1 = _mm_add_epi16(r0, c);
+    const __m128i c2 = _mm_add_epi16(c, c);
+#pragma GCC unroll 8
+    for (int y = 0; y < H; y += 2) {
+        const __m128i s = _mm_packus_epi16(PlaneRows16::shift5(r0), PlaneRows16::shift5(r1));
+        simd::store<8>(row(p, step, y), s);
+        _mm_storeh_pi(reinterpret_cast<__m64*>(row(p, step, y + 1)), _mm_castsi128_ps(s));
+        r0 = _mm_add_epi16(r0, c2);
+        r1 = _mm_add_epi16(r1, c2);
+    }
+}
+
 // Rows of (base + b * x + c * y) >> 5 clamped, x = 0 .. W - 1, y = 0 .. H - 1,
 // with base = a + 16 - xc * b - yc * c.
 template <class T, int W, int H>
 inline void planeRows(T* p, int step, int base, int b, int c, int bitDepth) {
     if constexpr (sizeof(T) == 1 && W == 8) {
-        // Two 8-sample rows per register: rows y and y + 1 in the two halves.
         const __m128i ramp = _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7);
-        __m128i r0 = _mm_add_epi16(_mm_set1_epi16(static_cast<short>(base)),
-                                   _mm_mullo_epi16(ramp, _mm_set1_epi16(static_cast<short>(b))));
-        __m128i r1 = _mm_add_epi16(r0, _mm_set1_epi16(static_cast<short>(c)));
-        const __m128i c2 = _mm_set1_epi16(static_cast<short>(2 * c));
-#pragma GCC unroll 8
-        for (int y = 0; y < H; y += 2) {
-            const __m128i s = _mm_packus_epi16(PlaneRows16::shift5(r0), PlaneRows16::shift5(r1));
-            simd::store<8>(row(p, step, y), s);
-            _mm_storeh_pi(reinterpret_cast<__m64*>(row(p, step, y + 1)), _mm_castsi128_ps(s));
-            r0 = _mm_add_epi16(r0, c2);
-            r1 = _mm_add_epi16(r1, c2);
-        }
+        planeRows8<H>(p, step,
+                      _mm_add_epi16(_mm_set1_epi16(static_cast<short>(base)),
+                                    _mm_mullo_epi16(ramp, _mm_set1_epi16(static_cast<short>(b)))),
+                      _mm_set1_epi16(static_cast<short>(c)));
     } else if constexpr (sizeof(T) == 1) {
         PlaneRows16 rows({base, b, c});
         const std::ptrdiff_t s1 = step;
@@ -252,6 +260,28 @@ void predictChromaV(T* p, int step, int, int) {
 template <class T, int H>
 void predictChromaPlane(T* p, int step, int, int bitDepth) {
     const T* above = row(p, step, -1);
+    if constexpr (sizeof(T) == 1 && H == 8) {
+        // The gradients and their scaling stay in registers, which keeps the
+        // chain from the neighbours to the first row short: H from one
+        // pmaddubsw over above[-1 .. 6] and above[0 .. 7], V (scalar) joined
+        // to it, b and c = (34 H + 32) >> 6 and (34 V + 32) >> 6 side by
+        // side, and row 0 = a + 16 + b (x - 3) - 3 c from two pmaddwd.
+        const __m128i x = _mm_unpacklo_epi64(simd::load<8>(above - 1), simd::load<8>(above));
+        __m128i hv = _mm_madd_epi16(
+            _mm_maddubs_epi16(x, _mm_setr_epi8(-4, -3, -2, -1, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 3, 4)),
+            _mm_set1_epi16(1));                                                      // dwords h0, 0, 0, h3
+        hv = _mm_insert_epi32(hv, leftGradient<4>(p, step, 4), 1);                   // h0, v, 0, h3
+        hv = _mm_add_epi32(hv, _mm_shuffle_epi32(hv, _MM_SHUFFLE(2, 2, 2, 3)));      // h, v
+        const __m128i bc = _mm_srai_epi32(
+            _mm_add_epi32(_mm_mullo_epi32(hv, _mm_set1_epi32(34)), _mm_set1_epi32(32)), 6);  // b, c
+        const __m128i bcw = _mm_shuffle_epi8(bc, _mm_setr_epi8(0, 1, 4, 5, 0, 1, 4, 5, 0, 1, 4, 5, 0, 1, 4, 5));
+        const __m128i cw = _mm_shuffle_epi8(bc, _mm_setr_epi8(4, 5, 4, 5, 4, 5, 4, 5, 4, 5, 4, 5, 4, 5, 4, 5));
+        const __m128i lo = _mm_madd_epi16(bcw, _mm_setr_epi16(-3, -3, -2, -3, -1, -3, 0, -3));
+        const __m128i hi = _mm_madd_epi16(bcw, _mm_setr_epi16(1, -3, 2, -3, 3, -3, 4, -3));
+        const int a16 = 16 * (row(p, step, 7)[-1] + above[7]) + 16;
+        planeRows8<8>(p, step, _mm_add_epi16(_mm_packs_epi32(lo, hi), _mm_set1_epi16(static_cast<short>(a16))), cw);
+        return;
+    }
     constexpr int yCF = H == 16 ? 4 : 0;
     int h;
     if constexpr (sizeof(T) == 1)

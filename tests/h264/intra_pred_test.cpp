@@ -135,6 +135,32 @@ TEST(H264IntraPredict, PredictChroma8x8MatchesReferenceEveryModeAndAvailability)
             }
 }
 
+// The plane modes at their steepest: the upper row and the left column each
+// 0 on one half and 255 on the other, in all four directions (the largest
+// gradients and plane values the 16-bit sums must hold).
+TEST(H264IntraPredict, PlaneModesAtSteepestGradients) {
+    const int all = kAvailUp | kAvailLeft | kAvailUpLeft;
+    for (int n : {8, 16})
+        for (int dir = 0; dir < 4; ++dir) {
+            Guarded<Mox8u> got(kX + 2 * n + 4, kY + n + 2, {});
+            got.fill([] { return 0; });
+            for (int i = -1; i < n; ++i) {
+                const bool upHigh = (i >= n / 2) != bool(dir & 1), leftHigh = (i >= n / 2) != bool(dir & 2);
+                got.at(kX + i, kY - 1) = upHigh ? 255 : 0;
+                if (i >= 0) got.at(kX - 1, kY + i) = leftHigh ? 255 : 0;
+            }
+            Guarded<Mox8u> want = copyOf(got, {});
+            if (n == 8) {
+                ASSERT_EQ(moxiPredictIntraChroma8x8_H264_8u_C1IR(&got.at(kX, kY), got.step(), 3, all), moxStsNoErr);
+                mox::ref::predictChroma(&want.at(kX, kY), want.step(), 3, all | kAvailLeftLower, 8, 8);
+            } else {
+                ASSERT_EQ(moxiPredictIntra_16x16_H264_8u_C1IR(&got.at(kX, kY), got.step(), 3, all), moxStsNoErr);
+                mox::ref::predict16x16(&want.at(kX, kY), want.step(), 3, all, 8);
+            }
+            ASSERT_EQ(got.samples(), want.samples()) << "size " << n << " direction " << dir;
+        }
+}
+
 // The block's samples alone.
 std::vector<int> block(const Guarded<Mox8u>& g, int n) {
     std::vector<int> v;
