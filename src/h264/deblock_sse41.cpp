@@ -18,7 +18,6 @@ namespace {
 using namespace mox;
 using namespace mox::deblock;
 
-
 // Per-lane parameters of up to 16 lines.
 struct Lanes {
     __m128i am1, bm1, sm1;  // alpha - 1, beta - 1, (alpha >> 2) + 1

@@ -178,7 +178,6 @@ constexpr H263Consts h263Consts(int qp, int adj, int range) {
     int s = 0;
     while ((2 << s) <= 2 * qp) ++s;
     H263Consts k{};
-#pragma GCC unroll 16
     for (int i = 0; i < 8; ++i) {
         k.cap[i] = static_cast<int16_t>(range >> s);
         k.step[i] = static_cast<int16_t>(2 * qp);
