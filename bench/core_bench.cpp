@@ -5,6 +5,9 @@
 // on a core that retires one vector store per cycle.
 #include <emmintrin.h>
 
+#include <cstddef>
+#include <cstdint>
+
 #include "bench_util.h"
 #include "moxvc.h"
 
