@@ -354,11 +354,24 @@ constexpr mox::h264::BlockPredictor<Mox8u> kPredict4x4Alone[9] = {
 
 }  // namespace
 
-MOX_FN moxiPredictIntra_4x4_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode, Mox32s availability) {
+MOX_FN_INLINE moxiPredictIntra_4x4_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode, Mox32s availability) {
     MOX_CHECK_PTRS(pSrcDst);
     MOX_CHECK(srcdstStep >= 4, moxStsStepErr);
     MOX_CHECK(predMode >= 0 && predMode <= 8, moxStsOutOfRangeErr);
-    return kPredict4x4Alone[predMode](pSrcDst, srcdstStep, availability, 8) ? moxStsIntraNeighbourWrn : moxStsNoErr;
+    // Each mode's kernel inline: no table, no nested call.
+    bool missing;
+    switch (predMode) {
+        case 0: missing = kPredict4x4Alone[0](pSrcDst, srcdstStep, availability, 8); break;
+        case 1: missing = kPredict4x4Alone[1](pSrcDst, srcdstStep, availability, 8); break;
+        case 2: missing = kPredict4x4Alone[2](pSrcDst, srcdstStep, availability, 8); break;
+        case 3: missing = kPredict4x4Alone[3](pSrcDst, srcdstStep, availability, 8); break;
+        case 4: missing = kPredict4x4Alone[4](pSrcDst, srcdstStep, availability, 8); break;
+        case 5: missing = kPredict4x4Alone[5](pSrcDst, srcdstStep, availability, 8); break;
+        case 6: missing = kPredict4x4Alone[6](pSrcDst, srcdstStep, availability, 8); break;
+        case 7: missing = kPredict4x4Alone[7](pSrcDst, srcdstStep, availability, 8); break;
+        default: missing = kPredict4x4Alone[8](pSrcDst, srcdstStep, availability, 8); break;
+    }
+    return missing ? moxStsIntraNeighbourWrn : moxStsNoErr;
 }
 
 MOX_FN moxiPredictIntra_16x16_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode, Mox32s availability) {
@@ -376,7 +389,7 @@ MOX_FN moxiPredictIntra_16x16_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mo
     return moxStsNoErr;
 }
 
-MOX_FN moxiPredictIntraChroma8x8_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode, Mox32s availability) {
+MOX_FN_INLINE moxiPredictIntraChroma8x8_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode, Mox32s availability) {
     using namespace mox::h264;
     MOX_CHECK_PTRS(pSrcDst);
     // The whole left column is one neighbour here.
@@ -384,6 +397,12 @@ MOX_FN moxiPredictIntraChroma8x8_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep,
         (availability & (kAvailUp | kAvailUpLeft)) | ((availability & kAvailLeft) ? kAvailLeft | kAvailLeftLower : 0);
     MOX_CHECK(predMode < 0 || predMode > 3 || canPredictChroma(predMode, avail), moxStsIntraNeighbourErr);
     MOX_CHECK(predMode >= 0 && predMode <= 3, moxStsOutOfRangeErr);
-    Predictors<Mox8u>::kChroma8[predMode](pSrcDst, srcdstStep, avail, 8);
+    // Each mode's kernel inline: no table, no nested call.
+    switch (predMode) {
+        case 0: predictChromaDC<Mox8u, 8>(pSrcDst, srcdstStep, avail, 8); break;
+        case 1: predictChromaH<Mox8u, 8>(pSrcDst, srcdstStep, avail, 8); break;
+        case 2: predictChromaV<Mox8u, 8>(pSrcDst, srcdstStep, avail, 8); break;
+        default: predictChromaPlane<Mox8u, 8>(pSrcDst, srcdstStep, avail, 8); break;
+    }
     return moxStsNoErr;
 }
