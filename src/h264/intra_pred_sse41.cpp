@@ -354,7 +354,8 @@ constexpr mox::h264::BlockPredictor<Mox8u> kPredict4x4Alone[9] = {
 
 }  // namespace
 
-MOX_FN_INLINE moxiPredictIntra_4x4_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode, Mox32s availability) {
+MOX_FN_INLINE moxiPredictIntra_4x4_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode,
+                                               Mox32s availability) {
     MOX_CHECK_PTRS(pSrcDst);
     MOX_CHECK(srcdstStep >= 4, moxStsStepErr);
     MOX_CHECK(predMode >= 0 && predMode <= 8, moxStsOutOfRangeErr);
@@ -389,7 +390,8 @@ MOX_FN moxiPredictIntra_16x16_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mo
     return moxStsNoErr;
 }
 
-MOX_FN_INLINE moxiPredictIntraChroma8x8_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode, Mox32s availability) {
+MOX_FN_INLINE moxiPredictIntraChroma8x8_H264_8u_C1IR(Mox8u* pSrcDst, Mox32s srcdstStep, Mox32s predMode,
+                                                    Mox32s availability) {
     using namespace mox::h264;
     MOX_CHECK_PTRS(pSrcDst);
     // The whole left column is one neighbour here.
