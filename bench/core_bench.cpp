@@ -2,7 +2,7 @@
 // fails its first check and returns at once, and the stores alone of a block
 // (one 16-byte store per row of 16 samples, one 8-byte store per row of 8),
 // which no predictor, interpolator or weighting kernel of that size can beat
-// on a core that retires one vector store per cycle.
+// on a core that writes 16 bytes a cycle, whether by vector or scalar stores.
 #include <emmintrin.h>
 
 #include <cstddef>
